@@ -1,0 +1,276 @@
+#include "html/HtmlWriter.h"
+
+#include "html/NumberFormat.h"
+#include "html/ScriptText.h"
+#include "html/XmlText.h"
+
+#include <QFile>
+#include <QTextStream>
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+HtmlWriter::HtmlWriter(const QString& pageName, const QString& basePath_)
+    : styleFixed(QStringLiteral("OrbStyle_fixed")),
+      styleFixedSmall(QStringLiteral("OrbStyle_fixedSmall")),
+      styleTableOddLine(QStringLiteral("OrbStyle_tableOddLine")),
+      styleTableEvenLine(QStringLiteral("OrbStyle_tableEvenLine")),
+      basePath(basePath_),
+      file(new QFile(pageName)) {
+    // Unbuffered binary mode: line feeds reach the file as single bytes on every platform.
+    if (file->open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        stream = new QTextStream(file);
+        stream->setEncoding(QStringConverter::Utf8);
+        stream->setGenerateByteOrderMark(false);
+    }
+}
+
+HtmlWriter::HtmlWriter(QString* target, const QString& basePath_)
+    : styleFixed(QStringLiteral("OrbStyle_fixed")),
+      styleFixedSmall(QStringLiteral("OrbStyle_fixedSmall")),
+      styleTableOddLine(QStringLiteral("OrbStyle_tableOddLine")),
+      styleTableEvenLine(QStringLiteral("OrbStyle_tableEvenLine")),
+      basePath(basePath_),
+      stream(new QTextStream(target, QIODevice::WriteOnly)) {}
+
+HtmlWriter::~HtmlWriter() {
+    close();
+    delete file;
+}
+
+void HtmlWriter::close() {
+    if (stream) {
+        stream->flush();
+        delete stream;
+        stream = nullptr;
+    }
+    if (file)
+        file->close();
+}
+
+HtmlWriter& HtmlWriter::operator<<(const QString& text) {
+    if (stream)
+        *stream << text;
+    return *this;
+}
+
+HtmlWriter& HtmlWriter::operator<<(QStringView text) {
+    if (stream)
+        *stream << text;
+    return *this;
+}
+
+HtmlWriter& HtmlWriter::operator<<(const char* utf8) {
+    if (stream)
+        *stream << QString::fromUtf8(utf8);
+    return *this;
+}
+
+HtmlWriter& HtmlWriter::operator<<(const std::string& utf8) {
+    if (stream)
+        *stream << QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
+    return *this;
+}
+
+HtmlWriter& HtmlWriter::operator<<(int value) {
+    if (stream)
+        *stream << NumberFormat::integer(value);
+    return *this;
+}
+
+QString HtmlWriter::escapeHtml(const QString& text) {
+    QString out;
+    out.reserve(text.size());
+    for (QChar c : text) {
+        switch (c.unicode()) {
+        case u'&': out += u"&amp;"; break;
+        case u'<': out += u"&lt;"; break;
+        case u'>': out += u"&gt;"; break;
+        case u'"': out += u"&quot;"; break;
+        case u'\'': out += u"&apos;"; break;
+        default: out += c;
+        }
+    }
+    return out;
+}
+
+void HtmlWriter::writeH2(const QString& text, const QString& style) {
+    *this << "\n<H2 ";
+    if (!style.isEmpty())
+        *this << "style=\"" << style << "\"";
+    *this << ">" << text << "</H2>";
+}
+
+void HtmlWriter::writeH3(const QString& text, const QString& id, const QString& annotation,
+                         const QString& style) {
+    *this << "\n\t<H3 ";
+    if (!style.isEmpty())
+        *this << "style=\"" << style << "\"";
+    if (!annotation.isEmpty())
+        writeAnnotationAttributes(annotation, text);
+    *this << " >";
+    if (!id.isEmpty())
+        writeAnchor(text, id);
+    else
+        *this << escapeHtml(text);
+    *this << "\n\t</H3>";
+}
+
+void HtmlWriter::writeLink(const QString& text, const QString& id) {
+    *this << "<A  href=\"#label_" << id << "\" >" << text << "</A>";
+}
+
+void HtmlWriter::writeAnchor(const QString& text, const QString& id) {
+    *this << "<A  name=\"label_" << id << "\" >" << text << "</A>";
+}
+
+void HtmlWriter::writeImage(const QString& src, const QString& alt, int width, int height) {
+    *this << "<img src=\"" << src << "\" alt=\"" << alt << "\" width=\"" << width
+          << "\" height=\"" << height << "\"/>";
+}
+
+void HtmlWriter::writeChartDiv(const QString& id) {
+    *this << "<div id=\"" << id << "\" style=\"width: " << 560 << "px; height: " << 512
+          << "px; margin: 0 auto\"></div>";
+}
+
+void HtmlWriter::writeContainerDiv(const QString& id, int count) {
+    // Wide charts get half the room per modality rather than a scroll bar.
+    long long width = std::max(800LL, 30LL * count);
+    if (width > 1024)
+        width = std::max(800LL, 15LL * count);
+    *this << "<div id=\"container" << id << "\" style=\"width: "
+          << NumberFormat::integer(width) << "px; height: 450px; margin: 0 auto\"></div>";
+}
+
+void HtmlWriter::writeAnnotationAttributes(const QString& annotation, const QString& text) {
+    // The arguments sit in single-quoted script strings inside a double-quoted attribute:
+    // escape them for the script first, then for the attribute.
+    *this << " onmouseover=\"annotationShow(this,'" << escapeHtml(ScriptText::quoted(annotation))
+          << "','" << escapeHtml(ScriptText::quoted(text))
+          << "')\" onmouseout=\"annotationHide(this)\" ";
+}
+
+void HtmlWriter::writeDocumentStart() {
+    *this << "<!--[if ie 7]>"
+             "\n<!DOCTYPE html PUBLIC \"-//W3C//DTD XHTML 1.0 Strict//EN\""
+             "\n   \"http://www.w3.org/TR/xhtml1/DTD/xhtml1-strict.dtd\">"
+             "\n<![endif]-->"
+             "\n<html xmlns=\"http://www.w3.org/1999/xhtml\" xml:lang=\"en\" lang=\"en\">"
+             "\n<meta http-equiv=\"Content-Type\" content=\"text/html; charset=utf-8\">";
+}
+
+void HtmlWriter::writeScriptIncludes() {
+    const QString sideDirectory = basePath + QStringLiteral("_files");
+    *this << "\n<script type=\"text/javascript\" src=\"" << sideDirectory
+          << "/orbi.min.js\"></script>"
+             "\n<script type=\"text/javascript\">"
+             "\n $(function() {"
+             "\n\t $('.orbBox').sparkline('html', {type: 'bar' ,width: '200px', fillColor: false, barColor: 'green', "
+             "\n\t normalRangeMin: '1', normalRangeMax: '2'"
+             "\n\t } );"
+             "\n"
+             "\n\t $('.orbLine').sparkline('myhtml', {type: 'line', width: '100px', lineColor: 'green', fillColor: false,"
+             "\n\t spotColor: '', minSpotColor: 'blue', maxSpotColor: 'red', spotRadius: '1.5',"
+             "\n\t normalRangeMin: '1', normalRangeMax: '3'"
+             "\n\t } );"
+             "\n });"
+             "\n </script>"
+             "\n<!--[if IE]>"
+             "\n\t<script type=\"text/javascript\" src=\""
+          << sideDirectory
+          << "/excanvas.compiled.js\"></script>"
+             "\n<![endif]-->";
+}
+
+void HtmlWriter::writeStyleSheet() {
+    *this << "\n<style type=\"text/css\">"
+             "\n<!--"
+             "\n." << styleFixed << "        {color: black;font-family:courier;font-size:xx-small;text-align: center;}"
+             "\n." << styleFixedSmall << "   {color: black;font-family:courier;font-size:xx-small;text-align: center;}"
+             "\n." << styleTableOddLine << " {background-color:#FFFFFF;}"
+             "\n." << styleTableEvenLine << "{background-color:#E8E8E8;}"
+             "\n.blBorderLeft {"
+             "\n\tborder-left-style: solid;"
+             "\n\tborder-left-color: #000000;"
+             "\n\tborder-left-width: 2px;"
+             "\n\tborder-top-width: 0px;"
+             "\n\tborder-right-width: 0px;"
+             "\n\tborder-bottom-width: 1px;"
+             "\n\ttext-indent: 5px;"
+             "\n\tborder-bottom-style: solid;"
+             "\n\tborder-bottom-color: #CCCCCC;"
+             "\n}"
+             "\n.thinline {"
+             "\n\tborder-bottom-width: 1px;"
+             "\n\tborder-bottom-style: solid;"
+             "\n\tborder-bottom-color: #CCCCCC;"
+             "\n}"
+             "\n.greyBorderBottom {"
+             "\n\tpadding-right: 5px;"
+             "\n\tborder-bottom-width: 1px;"
+             "\n\tborder-bottom-style: solid;"
+             "\n\tborder-bottom-color: #CCCCCC;"
+             "\n}"
+             "\n.blBorderBottom {"
+             "\n\tborder-bottom-width: 2px;"
+             "\n\tborder-bottom-style: solid;"
+             "\n\tborder-bottom-color: #000000;"
+             "\n\ttext-align: center;"
+             "\n}"
+             "\n.blBorderBottomLeft {"
+             "\n\tborder-bottom-width: 2px;"
+             "\n\tborder-left-width: 2px;"
+             "\n\tborder-bottom-style: solid;"
+             "\n\tborder-left-style: solid;"
+             "\n\tborder-bottom-color: #000000;"
+             "\n\tborder-left-color: #000000;"
+             "\n\ttext-align: center;"
+             "\n}"
+             "\n.style3 {font-size: large}"
+             "\n.sparkContainer {float:left;height:20px; }"
+             "\n.sparkLB {float:left;height:50%;background-color:#B8B8FF;position:relative;top:25%}"
+             "\n.sparkBl {float:left;width:42px;height:100%;background-color:blue;}"
+             "\n-->"
+             "\n</style>";
+}
+
+void HtmlWriter::writeBanner(const QString& caption) {
+    *this << "\n<H1 style=\"text-align:center;font-family: Verdana, Arial, Helvetica, sans-serif;font-style: italic\">"
+             "ORBi<span style=\"font-size: medium\">-"
+             "\n\t  <b><font style=\"color:red\"   >O</font>pen <font style=\"color:red\" >R</font>eport <font style=\"color:red\" >B</font>uilder"
+             "\n\t  Ed<font style=\"color:red\">i</font>tion</b>"
+             "\n\t  <img src=\"" << basePath << "_files/logo.png\" width=\"50\" height=\"55\" align=\"absmiddle\" />"
+             "\n\t  <u>" << caption << "</u></span> </H1>";
+}
+
+void HtmlWriter::writeBar(double value, double maximum, int width) {
+    const int outer = width + 2;
+    // A product that is not a finite 32-bit number (a zero maximum, say) draws an empty bar.
+    const double product = std::floor(value / maximum * outer);
+    const int filled = std::isfinite(product) && product >= std::numeric_limits<int32_t>::min() &&
+                               product <= std::numeric_limits<int32_t>::max()
+                           ? static_cast<int>(product)
+                           : 0;
+    *this << "<div style=\"width:" << outer << "px;\" class=\"sparkContainer\" >"
+          << "<div style=\"width:" << outer << "px;\" class=\"sparkLB\" >"
+          << "<div style=\"width:" << filled << "px;\" class=\"sparkBl\" ></div></div></div>";
+}
+
+void HtmlWriter::writeValueCells(XmlNode node, const char16_t* attributeName, double maximum,
+                                 int precision, double threshold) {
+    const double value = parseDoubleOr(node.attribute(attributeName), 0.0);
+    if (maximum == 0.0)
+        maximum = 1.0;
+    if (value > threshold) {
+        *this << "\n\t<td width=\"35\" class=\"blBorderLeft\" >"
+              << NumberFormat::fixed(value, precision)
+              << "&nbsp;</td>\n\t<td width=\"45\" class=\"greyBorderBottom\" >";
+        writeBar(std::fabs(value), maximum, 40);
+        *this << "</td>";
+    } else {
+        *this << "\n\t<td width=\"35\" class=\"blBorderLeft\" >&nbsp;</td>"
+                 "\n\t<td width=\"45\" class=\"greyBorderBottom\" >&nbsp;</td>";
+    }
+}
