@@ -50,14 +50,15 @@ public:
     void writeValueCells(XmlNode node, const char16_t* attributeName, double maximum,
                          int precision, double threshold);
 
-protected:
-    // Appends text to the page; a no-op when the page could not be opened.
+    // Appends text to the page; a no-op when the page could not be opened. Public because a
+    // chain (*this << a << b) in a derived class goes on through the base reference returned.
     HtmlWriter& operator<<(const QString& text);
     HtmlWriter& operator<<(QStringView text);
     HtmlWriter& operator<<(const char* utf8);
     HtmlWriter& operator<<(const std::string& utf8);
     HtmlWriter& operator<<(int value);
 
+protected:
     const QString styleFixed;
     const QString styleFixedSmall;
     const QString styleTableOddLine;
