@@ -14,10 +14,13 @@ QString quoted(const QString& text) {
         case u'\r': out += u"\\r"; break;
         case 0x2028: out += u"\\u2028"; break;
         case 0x2029: out += u"\\u2029"; break;
-        case u'<':
-            // "</script" inside a script element would end it early, whatever the quotes.
-            out += (i + 1 < text.size() && text.at(i + 1) == u'/') ? u"<\\" : u"<";
+        case u'<': {
+            // "</script" inside a script element would end it early, whatever the quotes;
+            // "<!--" followed by "<script" would make the browser skip the real end tag.
+            const char16_t next = i + 1 < text.size() ? text.at(i + 1).unicode() : 0;
+            out += (next == u'/' || next == u'!') ? u"<\\" : u"<";
             break;
+        }
         default: out += QChar(c);
         }
     }
