@@ -58,6 +58,7 @@ struct XmlNodeData {
     int32_t clearCount = 0;
     int32_t attributeCount = 0;
     bool isDeclaration = false;
+    bool trimmed = false;           // arrays hold exactly their counts: the next append regrows them
     XmlNodeData* parent = nullptr;  // not owning
     XmlNodeData** children = nullptr;
     char16_t** texts = nullptr;
@@ -137,6 +138,8 @@ public:
     XmlNode addChild(char16_t* name, bool isDeclaration);
     void addAttribute(char16_t* name, char16_t* value);
     void addText(char16_t* text);
+    // Appends text (owned, freed here) to the end of text segment number index.
+    void appendToText(int32_t index, char16_t* text);
     void addClearSection(char16_t* value, const char16_t* openTag, const char16_t* closeTag);
     void deleteClearSection(int32_t index);
     void trim();
@@ -150,6 +153,15 @@ private:
 
     XmlNodeData* data_ = nullptr;
 };
+
+// A zero-terminated copy of length units of text, allocated the way nodes free their strings.
+char16_t* xmlCopyString(const char16_t* text, int32_t length);
+// Room for length units and the terminating zero (written), allocated as xmlCopyString does.
+char16_t* xmlAllocateString(int32_t length);
+// Frees a string that a node would otherwise own (one made by xmlCopyString); null is allowed.
+void xmlFreeString(char16_t* text) noexcept;
+// Number of units before the terminating zero; 0 for null.
+int32_t xmlStringLength(const char16_t* text) noexcept;
 
 // Case-insensitive whole-name comparison: ASCII A-Z match a-z, every other unit must be equal.
 bool xmlNamesEqual(const char16_t* a, const char16_t* b) noexcept;

@@ -1,0 +1,124 @@
+#include "xml/XmlFile.h"
+
+#include "xml/TextEncoding.h"
+
+#include <bit>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+namespace {
+
+bool seekToEnd(std::FILE* file) {
+#if defined(_WIN32)
+    return _fseeki64(file, 0, SEEK_END) == 0;
+#else
+    return fseeko(file, 0, SEEK_END) == 0;
+#endif
+}
+
+int64_t tellPosition(std::FILE* file) {
+#if defined(_WIN32)
+    return _ftelli64(file);
+#else
+    return static_cast<int64_t>(ftello(file));
+#endif
+}
+
+}  // namespace
+
+XmlError XmlFile::openFile(const char* path, FileHandle& file) {
+    if (path == nullptr)
+        return XmlError::CannotOpenFile;
+    // A directory opens for reading on some systems; it is still no file to read.
+    std::error_code ignored;
+    if (std::filesystem::is_directory(std::filesystem::path(path), ignored))
+        return XmlError::CannotOpenFile;
+    file.reset(std::fopen(path, "rb"));
+    return file ? XmlError::None : XmlError::CannotOpenFile;
+}
+
+XmlError XmlFile::fileSize(std::FILE* file, int64_t& size) {
+    if (!seekToEnd(file))
+        return XmlError::CannotOpenFile;
+    size = tellPosition(file);
+    if (size < 0)
+        return XmlError::CannotOpenFile;
+    if (size == 0)
+        return XmlError::EmptyFile;
+    if (size > maxSize)
+        return XmlError::FileTooLarge;
+    std::rewind(file);
+    return XmlError::None;
+}
+
+XmlError XmlFile::readBytes(std::FILE* file, int64_t size, RawBytes& raw) {
+    const auto byteCapacity = static_cast<size_t>(size) + 4;
+    raw.storage = std::make_unique_for_overwrite<char16_t[]>((byteCapacity + 1) / 2);
+    auto* bytes = reinterpret_cast<unsigned char*>(raw.storage.get());
+    raw.byteCount = std::fread(bytes, 1, static_cast<size_t>(size), file);
+    std::memset(bytes + raw.byteCount, 0, byteCapacity + (byteCapacity & 1) - raw.byteCount);
+    return XmlError::None;
+}
+
+XmlError XmlFile::readFile(const char* path, RawBytes& raw) {
+    FileHandle file;
+    int64_t size = 0;
+    XmlError error = openFile(path, file);
+    if (error == XmlError::None)
+        error = fileSize(file.get(), size);
+    if (error == XmlError::None)
+        error = readBytes(file.get(), size, raw);
+    return error;
+}
+
+XmlError XmlFile::decodeText(RawBytes& raw, std::unique_ptr<char16_t[]>& owned, const char16_t*& text) {
+    const TextEncoding::Detection detection = TextEncoding::detect(raw.bytes(), raw.byteCount);
+    const unsigned char* afterMark = raw.bytes() + detection.markLength;
+    const size_t remaining = raw.byteCount - detection.markLength;
+    switch (detection.encoding) {
+    case TextEncoding::Encoding::Utf16LittleEndian:
+    case TextEncoding::Encoding::Utf16BigEndian: {
+        const bool swap = (detection.encoding == TextEncoding::Encoding::Utf16BigEndian) !=
+                          (std::endian::native == std::endian::big);
+        if (swap)
+            TextEncoding::swapByteOrder(raw.storage.get(), (raw.byteCount + 1) / 2);
+        owned = std::move(raw.storage);
+        text = owned.get() + detection.markLength / 2;
+        return XmlError::None;
+    }
+    case TextEncoding::Encoding::Utf8:
+        owned = TextEncoding::utf8ToUtf16(afterMark, remaining);
+        break;
+    case TextEncoding::Encoding::Windows1252:
+        owned = TextEncoding::windows1252ToUtf16(afterMark, remaining);
+        break;
+    }
+    raw.storage.reset();
+    text = owned.get();
+    return text != nullptr ? XmlError::None : XmlError::TextConversionFailed;
+}
+
+XmlNode XmlFile::load(const char* path, const char16_t* requiredTag, XmlParseResult* result) {
+    if (result != nullptr) {
+        result->line = 0;
+        result->column = 0;
+    }
+    RawBytes raw;
+    std::unique_ptr<char16_t[]> owned;
+    const char16_t* text = nullptr;
+    XmlError error = readFile(path, raw);
+    if (error == XmlError::None)
+        error = decodeText(raw, owned, text);
+    if (error != XmlError::None) {
+        if (result != nullptr)
+            result->error = error;
+        return XmlNode::emptyNode();
+    }
+    // The tree copies every string it keeps, so the text goes as soon as the parse returns.
+    return XmlNode::parseString(text, requiredTag, result);
+}
+
+XmlNode XmlNode::parseFile(const char* path, const char16_t* requiredTag, XmlParseResult* result) {
+    return XmlFile::load(path, requiredTag, result);
+}

@@ -1,0 +1,46 @@
+#pragma once
+// Loading a document from disk: a chain of short steps (size, read, decode, parse), each of
+// which answers an XmlError.
+
+#include "xml/XmlNode.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+
+class XmlFile {
+public:
+    // Files must be smaller than 2 GB: sizes and positions are held in 32 bits.
+    static constexpr int64_t maxSize = INT32_MAX;
+
+    // Reads, decodes and parses the file at path (native bytes), as XmlNode::parseFile.
+    static XmlNode load(const char* path, const char16_t* requiredTag, XmlParseResult* result);
+
+    // The file's bytes followed by 4 zero bytes, so that they end in a terminating zero read as
+    // 8-bit text or as UTF-16 at either byte parity.
+    struct RawBytes {
+        std::unique_ptr<char16_t[]> storage;  // UTF-16 files are parsed in place from here
+        size_t byteCount = 0;                 // bytes actually read
+        const unsigned char* bytes() const noexcept {
+            return reinterpret_cast<const unsigned char*>(storage.get());
+        }
+    };
+
+    // The whole file at path. CannotOpenFile for a missing file or a directory, EmptyFile for
+    // length 0, FileTooLarge from 2 GB on.
+    static XmlError readFile(const char* path, RawBytes& raw);
+    // Zero-terminated UTF-16 text of the bytes, by their byte-order mark or the UTF-16 test.
+    // The text either points into raw (which it may take over) or into owned.
+    static XmlError decodeText(RawBytes& raw, std::unique_ptr<char16_t[]>& owned, const char16_t*& text);
+
+private:
+    struct FileCloser {
+        void operator()(std::FILE* file) const noexcept { std::fclose(file); }
+    };
+    using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
+
+    static XmlError openFile(const char* path, FileHandle& file);
+    static XmlError fileSize(std::FILE* file, int64_t& size);
+    static XmlError readBytes(std::FILE* file, int64_t size, RawBytes& raw);
+};
