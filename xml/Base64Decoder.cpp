@@ -1,0 +1,191 @@
+#include "xml/Base64Decoder.h"
+
+#include <array>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+constexpr uint8_t padding = 96;
+constexpr uint8_t whiteSpace = 97;
+constexpr uint8_t invalid = 98;
+constexpr uint8_t endOfText = 99;
+
+constexpr std::array<uint8_t, 256> makeDecodeTable() {
+    std::array<uint8_t, 256> table{};
+    for (auto& entry : table)
+        entry = invalid;
+    const char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    for (uint8_t i = 0; i < 64; ++i)
+        table[static_cast<unsigned char>(alphabet[i])] = i;
+    table['='] = padding;
+    table['\t'] = whiteSpace;
+    table['\n'] = whiteSpace;
+    table['\r'] = whiteSpace;
+    table[' '] = whiteSpace;
+    table[0] = endOfText;
+    return table;
+}
+
+constexpr std::array<uint8_t, 256> decodeTable = makeDecodeTable();
+
+uint8_t classify(char16_t unit) {
+    return unit > 255 ? invalid : decodeTable[unit];
+}
+
+void setError(XmlError* error, XmlError value) {
+    if (error != nullptr)
+        *error = value;
+}
+
+// The next unit that is not white space, as its table entry; p moves past it except at the end.
+uint8_t nextSignificant(const char16_t*& p) {
+    for (;;) {
+        const uint8_t entry = classify(*p);
+        if (entry == whiteSpace) {
+            ++p;
+            continue;
+        }
+        if (entry != endOfText)
+            ++p;
+        return entry;
+    }
+}
+
+// The third and fourth units of a quantum share their rules: where the expected length is
+// reached only padding may follow; before it, padding means the data was cut short.
+bool lateUnitEnds(uint8_t entry, int32_t written, int32_t length, XmlError* error, Base64Status& status) {
+    if (entry == endOfText) {
+        setError(error, XmlError::Base64Truncated);
+        status = Base64Partial;
+        return true;
+    }
+    if (written == length) {
+        if (entry == padding) {
+            status = Base64Complete;
+        } else {
+            setError(error, XmlError::Base64TooLong);
+            status = Base64Failed;
+        }
+        return true;
+    }
+    if (entry == padding) {
+        setError(error, XmlError::Base64Truncated);
+        status = Base64Partial;
+        return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+Base64Decoder::~Base64Decoder() {
+    freeBuffer();
+}
+
+int32_t Base64Decoder::decodedLength(const char16_t* text, XmlError* error) noexcept {
+    if (text == nullptr)
+        return 0;
+    setError(error, XmlError::None);
+    int64_t significant = 0;
+    const char16_t* p = text;
+    for (; *p != 0; ++p) {
+        const uint8_t entry = classify(*p);
+        if (entry == invalid) {
+            setError(error, XmlError::Base64BadCharacter);
+            return 0;
+        }
+        significant += entry < whiteSpace ? 1 : 0;
+    }
+    if (significant % 4 != 0)
+        setError(error, XmlError::Base64BadLength);
+    if (significant == 0)
+        return 0;
+    // Only padding right before the terminating zero counts: white space after it hides it.
+    int64_t trailingPadding = 0;
+    for (const char16_t* q = p; q != text && q[-1] == u'='; --q)
+        ++trailingPadding;
+    return static_cast<int32_t>((3 * (significant - trailingPadding - 1) + 3) / 4);
+}
+
+Base64Status Base64Decoder::decodeInto(const char16_t* text, unsigned char* destination, int32_t length,
+                                       XmlError* error) noexcept {
+    if (text == nullptr)
+        return Base64Failed;
+    setError(error, XmlError::None);
+    const char16_t* p = text;
+    int32_t written = 0;
+    Base64Status status = Base64Failed;
+    for (;;) {
+        const uint8_t first = nextSignificant(p);
+        if (first == invalid)
+            break;
+        if (first == endOfText)
+            return Base64Complete;
+        if (first == padding) {
+            if (written == length)
+                return Base64Complete;
+            setError(error, XmlError::Base64Truncated);
+            return Base64Partial;
+        }
+
+        const uint8_t second = nextSignificant(p);
+        if (second == invalid)
+            break;
+        if (second == endOfText || second == padding) {
+            setError(error, XmlError::Base64Truncated);
+            return Base64Partial;
+        }
+        if (written == length) {
+            setError(error, XmlError::Base64TooLong);
+            return Base64Failed;
+        }
+        destination[written++] = static_cast<unsigned char>((first << 2) | (second >> 4));
+
+        const uint8_t third = nextSignificant(p);
+        if (third == invalid)
+            break;
+        if (lateUnitEnds(third, written, length, error, status))
+            return status;
+        destination[written++] = static_cast<unsigned char>(((second & 15) << 4) | (third >> 2));
+
+        const uint8_t fourth = nextSignificant(p);
+        if (fourth == invalid)
+            break;
+        if (lateUnitEnds(fourth, written, length, error, status))
+            return status;
+        destination[written++] = static_cast<unsigned char>(((third & 3) << 6) | fourth);
+    }
+    setError(error, XmlError::Base64BadCharacter);
+    return Base64Failed;
+}
+
+const unsigned char* Base64Decoder::decode(const char16_t* text, int32_t* length, XmlError* error) {
+    static const unsigned char emptyBytes[1] = {0};
+    setError(error, XmlError::None);
+    if (text == nullptr) {
+        if (length != nullptr)
+            *length = 0;
+        return emptyBytes;
+    }
+    const int32_t needed = decodedLength(text, error);
+    if (length != nullptr)
+        *length = needed;
+    if (needed == 0)
+        return nullptr;
+    // The buffer only grows, so a decoder that meets many texts allocates for the longest once.
+    if (capacity_ < needed + 1) {
+        void* grown = std::realloc(buffer_, static_cast<size_t>(needed) + 1);
+        if (grown == nullptr)
+            throw std::bad_alloc();
+        buffer_ = static_cast<unsigned char*>(grown);
+        capacity_ = needed + 1;
+    }
+    return decodeInto(text, buffer_, needed, error) == Base64Failed ? nullptr : buffer_;
+}
+
+void Base64Decoder::freeBuffer() noexcept {
+    std::free(buffer_);
+    buffer_ = nullptr;
+    capacity_ = 0;
+}
