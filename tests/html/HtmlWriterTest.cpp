@@ -1,0 +1,298 @@
+// Writer operations rendered into a string and held against the exact text they must produce.
+
+#include "html/HtmlWriter.h"
+
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <string>
+
+namespace {
+
+using Write = std::function<void(HtmlWriter&)>;
+
+std::string render(const Write& write, const QString& basePath = QStringLiteral("run1")) {
+    QString out;
+    {
+        HtmlWriter writer(&out, basePath);
+        write(writer);
+    }
+    return out.toStdString();
+}
+
+struct MarkupCase {
+    const char* what;
+    Write write;
+    const char* expected;
+};
+
+void PrintTo(const MarkupCase& c, std::ostream* os) { *os << c.what; }
+
+class MarkupTest : public testing::TestWithParam<MarkupCase> {};
+
+TEST_P(MarkupTest, WritesExactText) {
+    EXPECT_EQ(render(GetParam().write), GetParam().expected) << GetParam().what;
+}
+
+const QString none;
+QString s(const char* text) { return QString::fromUtf8(text); }
+
+INSTANTIATE_TEST_SUITE_P(HtmlWriter, MarkupTest, testing::Values(
+    MarkupCase{"h2 without style keeps the blank", [](HtmlWriter& w) { w.writeH2(s("Lifts")); },
+               "\n<H2 >Lifts</H2>"},
+    MarkupCase{"h2 with style", [](HtmlWriter& w) { w.writeH2(s("Target:"), s("display:inline")); },
+               "\n<H2 style=\"display:inline\">Target:</H2>"},
+    MarkupCase{"h2 text unescaped", [](HtmlWriter& w) { w.writeH2(s("AUCuniv > AUCmax")); },
+               "\n<H2 >AUCuniv > AUCmax</H2>"},
+    MarkupCase{"h3 bare text escaped", [](HtmlWriter& w) { w.writeH3(s("a<b & c"), none, none); },
+               "\n\t<H3  >a&lt;b &amp; c\n\t</H3>"},
+    MarkupCase{"h3 anchor text unescaped", [](HtmlWriter& w) { w.writeH3(s("x<y"), s("7"), none); },
+               "\n\t<H3  ><A  name=\"label_7\" >x<y</A>\n\t</H3>"},
+    MarkupCase{"h3 with annotation and id",
+               [](HtmlWriter& w) { w.writeH3(s("Age group"), s("1"), s("AGE_GRP")); },
+               "\n\t<H3  onmouseover=\"annotationShow(this,'AGE_GRP','Age group')\" "
+               "onmouseout=\"annotationHide(this)\"  ><A  name=\"label_1\" >Age group</A>\n\t</H3>"},
+    MarkupCase{"h3 annotation escaped for the attribute",
+               [](HtmlWriter& w) { w.writeH3(s("Age & <group>"), s("1"), s("AGE_GRP")); },
+               "\n\t<H3  onmouseover=\"annotationShow(this,'AGE_GRP','Age &amp; &lt;group&gt;')\" "
+               "onmouseout=\"annotationHide(this)\"  ><A  name=\"label_1\" >Age & <group></A>\n\t</H3>"},
+    MarkupCase{"h3 quotes cannot end the script string or the attribute",
+               [](HtmlWriter& w) { w.writeH3(s("say \"it's\""), none, s("O'Brien\\x")); },
+               "\n\t<H3  onmouseover=\"annotationShow(this,'O\\&apos;Brien\\\\x',"
+               "'say &quot;it\\&apos;s&quot;')\" onmouseout=\"annotationHide(this)\"  >"
+               "say &quot;it&apos;s&quot;\n\t</H3>"},
+    MarkupCase{"h3 line feed in annotation",
+               [](HtmlWriter& w) { w.writeH3(s("T"), none, s("a\nb")); },
+               "\n\t<H3  onmouseover=\"annotationShow(this,'a\\nb','T')\" "
+               "onmouseout=\"annotationHide(this)\"  >T\n\t</H3>"},
+    MarkupCase{"h3 with style", [](HtmlWriter& w) { w.writeH3(s("T"), none, none, s("color:red")); },
+               "\n\t<H3 style=\"color:red\" >T\n\t</H3>"},
+    MarkupCase{"h3 with style and annotation",
+               [](HtmlWriter& w) { w.writeH3(s("T"), s("2"), s("N"), s("color:red")); },
+               "\n\t<H3 style=\"color:red\" onmouseover=\"annotationShow(this,'N','T')\" "
+               "onmouseout=\"annotationHide(this)\"  ><A  name=\"label_2\" >T</A>\n\t</H3>"},
+    MarkupCase{"link", [](HtmlWriter& w) { w.writeLink(s("NOISE"), s("41")); },
+               "<A  href=\"#label_41\" >NOISE</A>"},
+    MarkupCase{"anchor", [](HtmlWriter& w) { w.writeAnchor(s("Âge"), s("1")); },
+               "<A  name=\"label_1\" >Âge</A>"},
+    MarkupCase{"image", [](HtmlWriter& w) { w.writeImage(s("img/v 1.png"), s("graph"), 560, 512); },
+               "<img src=\"img/v 1.png\" alt=\"graph\" width=\"560\" height=\"512\"/>"},
+    MarkupCase{"chart div", [](HtmlWriter& w) { w.writeChartDiv(s("delivered")); },
+               "<div id=\"delivered\" style=\"width: 560px; height: 512px; margin: 0 auto\"></div>"},
+    MarkupCase{"bare annotation attributes",
+               [](HtmlWriter& w) { w.writeAnnotationAttributes(s("a"), s("b")); },
+               " onmouseover=\"annotationShow(this,'a','b')\" onmouseout=\"annotationHide(this)\" "}));
+
+struct EscapeCase {
+    const char* input;
+    const char* expected;
+};
+
+class EscapeHtmlTest : public testing::TestWithParam<EscapeCase> {};
+
+TEST_P(EscapeHtmlTest, ReplacesTheFiveCharacters) {
+    EXPECT_EQ(HtmlWriter::escapeHtml(s(GetParam().input)).toStdString(), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(HtmlWriter, EscapeHtmlTest, testing::Values(
+    EscapeCase{"", ""},
+    EscapeCase{"plain text", "plain text"},
+    EscapeCase{"a&b<c>", "a&amp;b&lt;c&gt;"},
+    EscapeCase{"\"", "&quot;"},
+    EscapeCase{"'", "&apos;"},
+    EscapeCase{"&amp;", "&amp;amp;"},
+    EscapeCase{"&&<<", "&amp;&amp;&lt;&lt;"},
+    EscapeCase{"Âge ° £ «»", "Âge ° £ «»"},
+    EscapeCase{"x\ty\nz", "x\ty\nz"}));
+
+TEST(HtmlWriterTest, EscapeHtmlOfNullIsEmpty) {
+    EXPECT_TRUE(HtmlWriter::escapeHtml(QString()).isEmpty());
+}
+
+class ContainerWidthTest : public testing::TestWithParam<std::pair<int, int>> {};
+
+TEST_P(ContainerWidthTest, GrowsWithTheModalityCount) {
+    const auto [count, width] = GetParam();
+    EXPECT_EQ(render([count](HtmlWriter& w) { w.writeContainerDiv(s("12"), count); }),
+              "<div id=\"container12\" style=\"width: " + std::to_string(width) +
+                  "px; height: 450px; margin: 0 auto\"></div>");
+}
+
+INSTANTIATE_TEST_SUITE_P(HtmlWriter, ContainerWidthTest, testing::Values(
+    std::pair{0, 800}, std::pair{26, 800}, std::pair{27, 810}, std::pair{34, 1020},
+    std::pair{35, 800}, std::pair{53, 800}, std::pair{54, 810}, std::pair{60, 900},
+    std::pair{100, 1500}, std::pair{200, 3000}, std::pair{2000, 30000}));
+
+struct BarCase {
+    double value;
+    double maximum;
+    int width;
+    int outer;
+    int filled;
+};
+
+class BarTest : public testing::TestWithParam<BarCase> {};
+
+TEST_P(BarTest, ScalesTheDarkPart) {
+    const BarCase c = GetParam();
+    const std::string outer = std::to_string(c.outer);
+    EXPECT_EQ(render([&c](HtmlWriter& w) { w.writeBar(c.value, c.maximum, c.width); }),
+              "<div style=\"width:" + outer + "px;\" class=\"sparkContainer\" >"
+              "<div style=\"width:" + outer + "px;\" class=\"sparkLB\" >"
+              "<div style=\"width:" + std::to_string(c.filled) +
+                  "px;\" class=\"sparkBl\" ></div></div></div>")
+        << c.value << " / " << c.maximum;
+}
+
+constexpr double inf = std::numeric_limits<double>::infinity();
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+INSTANTIATE_TEST_SUITE_P(HtmlWriter, BarTest, testing::Values(
+    BarCase{0.5, 1.0, 40, 42, 21},
+    BarCase{1.0, 3.0, 40, 42, 14},  // 1/3 rounds up in double: 0.33...3 * 42 == 14.0
+    BarCase{2.0, 3.0, 40, 42, 28},
+    BarCase{0.0, 7.0, 100, 102, 0},
+    BarCase{90.0, 90.0, 100, 102, 102},
+    BarCase{75.0, 90.0000001, 98, 100, 83},
+    BarCase{0.999999, 1.0, 40, 42, 41},
+    BarCase{2.0, 1.0, 40, 42, 84},
+    BarCase{0.0, 0.0, 40, 42, 0},
+    BarCase{1.0, 0.0, 100, 102, 0},
+    BarCase{inf, 1.0, 40, 42, 0},
+    BarCase{nan, 1.0, 40, 42, 0},
+    BarCase{1e300, 1e-300, 40, 42, 0},
+    BarCase{1e9, 1.0, 40, 42, 0}));  // 4.2e10 does not fit an int
+
+std::string cells(const std::string& number, int filled) {
+    if (number.empty())
+        return "\n\t<td width=\"35\" class=\"blBorderLeft\" >&nbsp;</td>"
+               "\n\t<td width=\"45\" class=\"greyBorderBottom\" >&nbsp;</td>";
+    return "\n\t<td width=\"35\" class=\"blBorderLeft\" >" + number +
+           "&nbsp;</td>\n\t<td width=\"45\" class=\"greyBorderBottom\" >"
+           "<div style=\"width:42px;\" class=\"sparkContainer\" >"
+           "<div style=\"width:42px;\" class=\"sparkLB\" >"
+           "<div style=\"width:" + std::to_string(filled) +
+           "px;\" class=\"sparkBl\" ></div></div></div></td>";
+}
+
+struct ValueCellsCase {
+    const char16_t* element;
+    double maximum;
+    double threshold;
+    const char* number;  // empty: the two blank cells
+    int filled;
+};
+
+class ValueCellsTest : public testing::TestWithParam<ValueCellsCase> {};
+
+TEST_P(ValueCellsTest, WritesNumberAndBar) {
+    const ValueCellsCase c = GetParam();
+    XmlParseResult result;
+    const XmlNode node = XmlNode::parseString(c.element, nullptr, &result);
+    ASSERT_EQ(result.error, XmlError::None);
+    EXPECT_EQ(render([&](HtmlWriter& w) { w.writeValueCells(node, u"v", c.maximum, 2, c.threshold); }),
+              cells(c.number, c.filled));
+}
+
+constexpr double lowest = std::numeric_limits<double>::lowest();
+
+INSTANTIATE_TEST_SUITE_P(HtmlWriter, ValueCellsTest, testing::Values(
+    ValueCellsCase{u"<r v='-0.25'/>", 0.5, lowest, "-0.25", 21},
+    ValueCellsCase{u"<r v='12.5'/>", 50.0, lowest, "12.50", 10},
+    ValueCellsCase{u"<r v='-9950'/>", 100.0, -9900.0, "", 0},
+    ValueCellsCase{u"<r v='-9900'/>", 100.0, -9900.0, "", 0},
+    ValueCellsCase{u"<r v='-9899.5'/>", 10000.0, -9900.0, "-9899.50", 41},
+    ValueCellsCase{u"<r v='-1'/>", 1.0, -1.0, "", 0},
+    ValueCellsCase{u"<r v='-0.99'/>", 1.0, -1.0, "-0.99", 41},
+    ValueCellsCase{u"<r/>", 1.0, -1.0, "0.00", 0},
+    ValueCellsCase{u"<r v='0'/>", 0.0, lowest, "0.00", 0},
+    ValueCellsCase{u"<r v='0.5'/>", 0.0, lowest, "0.50", 21},
+    ValueCellsCase{u"<r v='0.125'/>", 1.0, lowest, "0.12", 5},
+    ValueCellsCase{u"<r v='0.375'/>", 1.0, lowest, "0.38", 15},
+    ValueCellsCase{u"<r v='abc'/>", 1.0, lowest, "0.00", 0}));
+
+// The frame is held against a page made independently of this code.
+class PageFrameTest : public testing::Test {
+protected:
+    void SetUp() override {
+        page = TestSupport::readFile(TestSupport::sourceDir() +
+                                     "/tests/golden/bin_basic/expected/run1_analysisReport.html")
+                   .toStdString();
+        ASSERT_FALSE(page.empty());
+    }
+    std::string page;
+    const QString base = QStringLiteral("run1_analysisReport");
+};
+
+TEST_F(PageFrameTest, DocumentStartHeadAndScriptIncludesOpenThePage) {
+    const std::string head = render([](HtmlWriter& w) { w.writeDocumentStart(); }, base) +
+                             "\n<head>\n<title>ORB - analyst report</title>\n" +
+                             render([](HtmlWriter& w) { w.writeScriptIncludes(); }, base) +
+                             "\n\t<script type=\"text/javascript\">";
+    EXPECT_EQ(page.substr(0, head.size()), head);
+}
+
+TEST_F(PageFrameTest, StyleSheetAndBannerFrameTheBody) {
+    const std::string frame = render([](HtmlWriter& w) { w.writeStyleSheet(); }, base) +
+                              "\n</head>\n<body>" +
+                              render([](HtmlWriter& w) { w.writeBanner(s("Analyst report v3.1.7")); }, base) +
+                              "\n<H2 style=\"display:inline\">Target:</H2> \n";
+    const size_t start = page.find("\n<style type=\"text/css\">");
+    ASSERT_NE(start, std::string::npos);
+    EXPECT_EQ(page.substr(start, frame.size()), frame);
+}
+
+TEST(HtmlWriterTest, SideDirectoryFollowsTheBasePathAsTyped) {
+    const QString base = QStringLiteral("C:/reports/run1_analysisReport");
+    const std::string scripts = render([](HtmlWriter& w) { w.writeScriptIncludes(); }, base);
+    const std::string banner = render([](HtmlWriter& w) { w.writeBanner(s("<b>v</b>")); }, base);
+    EXPECT_NE(scripts.find("src=\"C:/reports/run1_analysisReport_files/orbi.min.js\""), std::string::npos);
+    EXPECT_NE(scripts.find("src=\"C:/reports/run1_analysisReport_files/excanvas.compiled.js\""),
+              std::string::npos);
+    EXPECT_NE(banner.find("<img src=\"C:/reports/run1_analysisReport_files/logo.png\" width=\"50\""),
+              std::string::npos);
+    EXPECT_NE(banner.find("\n\t  <u><b>v</b></u></span> </H1>"), std::string::npos);
+}
+
+TEST(HtmlWriterTest, PageFileHoldsUtf8WithoutMarkAndOnlyLineFeeds) {
+    TestSupport::TempDir dir;
+    {
+        HtmlWriter writer(dir.file("p.html"), QStringLiteral("p"));
+        ASSERT_TRUE(writer.isOpen());
+        writer.writeH2(s("Âge"));
+    }
+    EXPECT_EQ(TestSupport::readFile(dir.file("p.html")), QByteArray("\n<H2 >\xc3\x82ge</H2>"));
+}
+
+TEST(HtmlWriterTest, PageFileIsTruncated) {
+    TestSupport::TempDir dir;
+    TestSupport::writeFile(dir.file("p.html"), QByteArray(5000, 'x'));
+    {
+        HtmlWriter writer(dir.file("p.html"), QStringLiteral("p"));
+        writer.writeLink(s("a"), s("1"));
+    }
+    EXPECT_EQ(TestSupport::readFile(dir.file("p.html")), QByteArray("<A  href=\"#label_1\" >a</A>"));
+}
+
+TEST(HtmlWriterTest, UnopenablePageLeavesNoStreamAndWritesGoNowhere) {
+    TestSupport::TempDir dir;
+    HtmlWriter writer(dir.path(), QStringLiteral("p"));  // a directory cannot be opened as a file
+    EXPECT_FALSE(writer.isOpen());
+    writer.writeH2(s("ignored"));
+    writer.writeBar(1.0, 2.0, 40);
+}
+
+TEST(HtmlWriterTest, CloseFlushesAndLaterWritesAreDropped) {
+    TestSupport::TempDir dir;
+    HtmlWriter writer(dir.file("p.html"), QStringLiteral("p"));
+    writer.writeH2(s("kept"));
+    writer.close();
+    writer.writeH2(s("dropped"));
+    EXPECT_EQ(TestSupport::readFile(dir.file("p.html")), QByteArray("\n<H2 >kept</H2>"));
+}
+
+}  // namespace
