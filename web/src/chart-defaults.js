@@ -10,12 +10,19 @@
     credits: {enabled: false},
     // Aligned ticks override the fixed max and tickInterval of the secondary axes.
     chart: {alignTicks: false},
+    // The old releases set y-axis labels 8 pixels off the axis; at 15 the "100" of the
+    // lift charts' secondary axis no longer fits in their 30-pixel left margin.
+    yAxis: {labels: {distance: 8}},
     // Tooltips index series.data by position; cropping would leave holes in it.
     plotOptions: {series: {cropThreshold: 100000}},
     // Where the scripts' old legend style {left: 350px, top: 270px} used to put it.
     legend: {floating: true, align: 'left', verticalAlign: 'top', x: 340, y: 260},
     accessibility: {enabled: false}
   });
+
+  // The subtitles set their font with <font face="verdana" >; the library's markup
+  // filter would drop the attribute with a console warning on every chart.
+  Highcharts.AST.allowedAttributes.push('face');
 
   function asList(value) {
     if (!value) {
