@@ -1,0 +1,117 @@
+#include "XmlTestSupport.h"
+
+#include "xml/TextEncoding.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using XmlTest::utf8;
+
+namespace {
+
+std::vector<unsigned char> bytesOf(const std::string& text) {
+    return std::vector<unsigned char>(text.begin(), text.end());
+}
+
+struct UnicodeTestCase {
+    const char* name;
+    std::string bytes;
+    bool expected;
+};
+
+TEST(TextEncodingTest, IsTextUnicodeJudgesMarksAndZeroBytes) {
+    const std::string ascii300(300, 'a');
+    std::string utf16Ascii;
+    for (char c : std::string("<r>text</r>"))
+        utf16Ascii += std::string{c, '\0'};
+    const UnicodeTestCase cases[] = {
+        {"little-endian mark", std::string("\xFF\xFE", 2) + "abc", true},
+        {"big-endian mark", std::string("\xFE\xFF\0<", 4), false},
+        {"UTF-8 mark", std::string("\xEF\xBB\xBF<\0r\0", 7), false},
+        {"UTF-16 ASCII text", utf16Ascii, true},
+        {"8-bit text", "<r>text</r>", false},
+        {"half the odd bytes zero", std::string("a\0bc", 4), true},
+        {"fewer than half zero", std::string("a\0bcde", 6), false},
+        {"a tenth of the even bytes zero", std::string("\0\0" "a\0b\0c\0d\0e\0f\0g\0h\0i\0j\0", 20), false},
+        {"under a tenth of the even bytes zero", std::string("\0\0" "a\0b\0c\0d\0e\0f\0g\0h\0i\0j\0k\0", 22), true},
+        {"only the first 256 bytes count", ascii300.substr(0, 256) + utf16Ascii, false},
+    };
+    for (const UnicodeTestCase& c : cases) {
+        const std::vector<unsigned char> bytes = bytesOf(c.bytes);
+        EXPECT_EQ(TextEncoding::isTextUnicode(bytes.data(), bytes.size()), c.expected) << c.name;
+    }
+}
+
+TEST(TextEncodingTest, DetectNamesTheEncodingAndItsMark) {
+    using TextEncoding::Encoding;
+    const std::vector<unsigned char> little = bytesOf(std::string("\xFF\xFE<\0", 4));
+    const std::vector<unsigned char> big = bytesOf(std::string("\xFE\xFF\0<", 4));
+    const std::vector<unsigned char> utf8Marked = bytesOf("\xEF\xBB\xBF<r/>");
+    const std::vector<unsigned char> unmarked16 = bytesOf(std::string("<\0r\0/\0>\0", 8));
+    const std::vector<unsigned char> plain = bytesOf("<r/>");
+    EXPECT_EQ(TextEncoding::detect(little.data(), little.size()).encoding, Encoding::Utf16LittleEndian);
+    EXPECT_EQ(TextEncoding::detect(little.data(), little.size()).markLength, 2u);
+    EXPECT_EQ(TextEncoding::detect(big.data(), big.size()).encoding, Encoding::Utf16BigEndian);
+    EXPECT_EQ(TextEncoding::detect(utf8Marked.data(), utf8Marked.size()).markLength, 3u);
+    EXPECT_EQ(TextEncoding::detect(unmarked16.data(), unmarked16.size()).encoding, Encoding::Utf16LittleEndian);
+    EXPECT_EQ(TextEncoding::detect(unmarked16.data(), unmarked16.size()).markLength, 0u);
+    EXPECT_EQ(TextEncoding::detect(plain.data(), plain.size()).encoding, Encoding::Windows1252);
+}
+
+struct ConversionCase {
+    std::string bytes;
+    std::u16string expected;
+};
+
+TEST(TextEncodingTest, Windows1252MapsTheHighBytesAndStopsAtZero) {
+    const ConversionCase cases[] = {
+        {"plain", u"plain"},
+        {"\x80\x8A\x9F", u"\u20AC\u0160\u0178"},
+        {"\x81\x8D\x8F\x90\x9D", u"\u0081\u008D\u008F\u0090\u009D"},
+        {"\xA0\xE9\xFF", u"\u00A0\u00E9\u00FF"},
+        {"\xC3\xA9", u"\u00C3\u00A9"},  // UTF-8 bytes read one by one
+        {std::string("ab\0cd", 5), u"ab"},
+        {std::string("\0x", 2), u""},
+    };
+    for (const ConversionCase& c : cases) {
+        const std::vector<unsigned char> bytes = bytesOf(c.bytes);
+        const auto text = TextEncoding::windows1252ToUtf16(bytes.data(), bytes.size());
+        EXPECT_EQ(utf8(text.get()), utf8(c.expected)) << c.bytes;
+    }
+}
+
+TEST(TextEncodingTest, Utf8ReplacesEachMaximalInvalidSubpart) {
+    const ConversionCase cases[] = {
+        {"a\xC3\xA9\xE2\x82\xAC", u"a\u00E9\u20AC"},
+        {"\xF0\x9F\x98\x80", u"\U0001F600"},
+        {"\xF4\x8F\xBF\xBF", u"\U0010FFFF"},
+        {"\x80", u"\uFFFD"},
+        {"\xFF\xFE", u"\uFFFD\uFFFD"},
+        {"\xC0\xAF", u"\uFFFD\uFFFD"},              // overlong: C0 is never a lead
+        {"\xE0\x80\xAF", u"\uFFFD\uFFFD\uFFFD"},    // overlong three-byte form
+        {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},    // a surrogate
+        {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},  // above U+10FFFF
+        {"\xE1\x80" "A", u"\uFFFD" "A"},            // a cut sequence is one subpart
+        {"\xF0\x9F\x98", u"\uFFFD"},
+        {"\xC3" "\xC3\xA9", u"\uFFFD\u00E9"},
+        // The example of the Unicode standard: 61 F1 80 80 E1 80 C2 62 80 63 80 BF 64.
+        {"a\xF1\x80\x80\xE1\x80\xC2" "b\x80" "c\x80\xBF" "d", u"a\uFFFD\uFFFD\uFFFDb\uFFFDc\uFFFD\uFFFDd"},
+        {std::string("\xE2\x82\0\xAC", 4), u"\uFFFD"},
+        {std::string("a\0b", 3), u"a"},
+    };
+    for (const ConversionCase& c : cases) {
+        const std::vector<unsigned char> bytes = bytesOf(c.bytes);
+        const auto text = TextEncoding::utf8ToUtf16(bytes.data(), bytes.size());
+        EXPECT_EQ(std::u16string(text.get()), c.expected) << utf8(c.expected);
+    }
+}
+
+TEST(TextEncodingTest, SwapByteOrderTurnsEveryUnit) {
+    char16_t units[] = {0x3C00, 0x00E9, 0x1234};
+    TextEncoding::swapByteOrder(units, 3);
+    EXPECT_EQ(std::u16string(units, 3), (std::u16string{0x003C, 0xE900, 0x3412}));
+}
+
+}  // namespace
