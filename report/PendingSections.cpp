@@ -2,12 +2,7 @@
 // Whoever implements a member deletes its line here; the file goes when it is empty.
 #include "report/ReportGenerator.h"
 
-void ReportGenerator::writeModelCharts() {}
-void ReportGenerator::writeLiftsSection() {}
 void ReportGenerator::writeVariableStatistics() {}
 void ReportGenerator::writeVariableSection(const XmlNode&, bool) {}
 void ReportGenerator::writeModalityTable(const XmlNode&, bool, int, double) {}
 void ReportGenerator::writeHighestUnivariateQuality() {}
-void ReportGenerator::writeModalityChart(XmlNode, bool) {}
-void ReportGenerator::writeLiftChart(XmlNode, const QString&, const QString&) {}
-void ReportGenerator::writePredictionChart(XmlNode, const QString&, const QString&) {}

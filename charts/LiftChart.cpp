@@ -1,0 +1,176 @@
+// Lift and ROC chart of a binary target: the random diagonal, the lift curves against a
+// 0..100 axis, and the score or probability curve against a right-hand axis.
+
+#include "charts/ChartFrame.h"
+#include "charts/ChartSeries.h"
+#include "charts/PointList.h"
+#include "report/ReportGenerator.h"
+
+#include <span>
+
+namespace {
+
+struct LiftSeriesSetting {
+    const char* name;
+    const char* color;
+    const char16_t* element;  // child of the chart root holding the curve
+    const char16_t* curve;
+    bool coarse;
+    int yAxis;
+    int lineWidth;
+    bool showInLegend;
+    bool marker;
+    bool enableMouseTracking;
+};
+
+constexpr LiftSeriesSetting quilloSeries =
+    {"quillo", "#44FF44", u"prunedFull", u"Quillo", false, 1, 2, false, false, false};
+
+constexpr LiftSeriesSetting deliveredSeries[] = {
+    quilloSeries,
+    {"Lift Test", "#8888AA", u"prunedTest", u"ROC", true, 1, 2, true, true, true},
+    {"Lift Full", "#0000AA", u"prunedFull", u"ROC", true, 1, 2, true, true, true},
+    {"proba", "#CC8888", u"prunedFull", u"Score", true, 0, 2, true, true, true},
+};
+
+constexpr LiftSeriesSetting selectedPrunedSeries[] = {
+    quilloSeries,
+    {"Lift Test 99%t", "#8888AA", u"prunedTest", u"ROC99", true, 1, 1, true, false, false},
+    {"Lift Test 1%", "#AAAAFF", u"prunedTest", u"ROC1", true, 1, 1, true, false, false},
+    {"Lift Test", "#AAAAFF", u"prunedTest", u"ROC", true, 1, 2, true, true, true},
+    {"Lift Creation", "#FF0000", u"prunedCreation", u"ROC", true, 1, 2, true, true, true},
+    {"score", "#8B4513", u"prunedTest", u"Score", true, 0, 2, true, true, true},
+};
+
+// Written ahead of the table's series, so the tooltip code's series indices count it.
+constexpr const char* randomDiagonal =
+    "\n\t      name: 'random',"
+    "\n\t      color: '#FFBB00',"
+    "\n\t      type: 'line',"
+    "\n\t      showInLegend:false,"
+    "\n\t      marker:false,"
+    "\n\t      enableMouseTracking:false,"
+    "\n\t      yAxis: 1,"
+    "\n\t      data: [[0,0], [100,100]]";
+
+std::vector<std::string> liftSeries(const XmlNode& chartRoot,
+                                    std::span<const LiftSeriesSetting> settings) {
+    std::vector<std::string> texts{randomDiagonal};
+    for (const LiftSeriesSetting& setting : settings) {
+        ChartSeries series;
+        series.name = setting.name;
+        series.color = setting.color;
+        series.yAxis = setting.yAxis;
+        series.lineWidth = setting.lineWidth;
+        series.showInLegend = setting.showInLegend;
+        series.marker = setting.marker;
+        series.enableMouseTracking = setting.enableMouseTracking;
+        series.data = buildPointList(chartRoot.childNamed(setting.element), setting.curve,
+                                     setting.coarse, 2);
+        texts.push_back(series.scriptText());
+    }
+    return texts;
+}
+
+std::string liftFigures(const XmlNode& element, const char* aucLabel) {
+    return aucLabel + quotedAttribute(element, u"AUC") +
+           " AUCtop=" + quotedAttribute(element, u"AUCtop") +
+           " nLine=" + std::to_string(parseIntOr(element.attribute(u"nLine"), 0)) +
+           " nTarget=" + quotedAttribute(element, u"nTarget");
+}
+
+std::string liftSubtitle(const XmlNode& chartRoot) {
+    return "<font face=\"verdana\" >"
+           "<b>test:</b>" + liftFigures(chartRoot.childNamed(u"prunedTest"), " AUC=") +
+           "<br/>"
+           "<b>Full:</b>" + liftFigures(chartRoot.childNamed(u"prunedFull"), " AUC= ") +
+           "</font>";
+}
+
+std::string liftAxes(bool delivered) {
+    std::string out = "\n\t    xAxis: [{"
+                      "\n\t      max: 100, min:0,"
+                      "\n\t      minorTickInterval: 5,"
+                      "\n\t      tickInterval:10,"
+                      "\n\t      showFirstLabel: true,"
+                      "\n\t      showLastLabel:true"
+                      "\n\t    }],"
+                      "\n\t    yAxis: [{ // on right side"
+                      "\n\t      labels: {style: {color: '#FF0000'}},"
+                      "\n\t      title: {"
+                      "\n\t         text: '";
+    out += delivered ? "proba" : "score";
+    out += "',"
+           "\n\t         style: {color: '#89A54E'},"
+           "\n\t         margin: 40"
+           "\n\t      },";
+    if (delivered)
+        out += "\n\t      max: 0.8, min:0,";
+    out += "\n\t      opposite: true"
+           "\n"
+           "\n\t    }, { // Secondary yAxis"
+           "\n\t      max: 100, min:0,"
+           "\n\t      minorTickInterval: 5,"
+           "\n\t      tickInterval:10,"
+           "\n\t      showFirstLabel: false,"
+           "\n\t      showLastLabel:true,"
+           "\n\t      title: {enabled: false},"
+           "\n\t      labels: {"
+           "\n\t        formatter: function() {return this.value;},"
+           "\n\t        style: {color: '#22AA22'}"
+           "\n\t      }"
+           "\n\t    }],";
+    return out;
+}
+
+// Hovering one of the three test lifts shows all three at that x.
+constexpr const char* testLiftTooltip =
+    "\n\t        if (this.series.index>1 && this.series.index<5)"
+    "\n\t        {"
+    "\n\t          // Test lift with percentage"
+    "\n\t          // find x index"
+    "\n\t          var index=0;"
+    "\n\t          for (var i=0;i<this.point.series.chart.series[3].data.length;i++)"
+    "\n\t          {"
+    "\n\t            if (Number(this.point.x)==Number(this.point.series.chart.series[2].data[i].x))"
+    "\n\t            {index=i;}"
+    "\n\t          }"
+    "\n\t          return '<b>'+ this.series.name +'</b><br/>'"
+    "\n\t            + 'x = '+ this.x + ', y= '"
+    "\n\t            + this.point.series.chart.series[3].data[index].y + ' < '"
+    "\n\t            + this.point.series.chart.series[4].data[index].y + ' < '"
+    "\n\t            + this.point.series.chart.series[2].data[index].y"
+    "\n\t           ;"
+    "\n\t         }";
+
+constexpr const char* liftLegend =
+    "\n\t    legend: {"
+    "\n\t      layout: 'vertical',"
+    "\n\t      style: {"
+    "\n\t        left: '350px',"
+    "\n\t        bottom: 'auto',"
+    "\n\t        right: 'auto',"
+    "\n\t        top: '270px'"
+    "\n\t      },"
+    "\n\t      backgroundColor: '#FFFFFF'"
+    "\n\t    },";
+
+}  // namespace
+
+void ReportGenerator::writeLiftChart(XmlNode root, const QString& kind,
+                                     const QString& title) {
+    const bool delivered = kind == u"delivered";
+    ChartFrame frame;
+    frame.kind = kind;
+    frame.title = title;
+    frame.subtitle = liftSubtitle(root);
+    frame.marginLine = "\n\t      margin: [60, 60, 60, 30],";
+    frame.titleStyleLine = "\n\t      style: {margin: '10px 0 0 0'} // center it";
+    frame.axes = liftAxes(delivered);
+    frame.extraTooltip = delivered ? "" : testLiftTooltip;
+    frame.legend = liftLegend;
+    frame.plotOptions = "\n\t      line:{animation  : false}";
+    frame.series = delivered ? liftSeries(root, deliveredSeries)
+                             : liftSeries(root, selectedPrunedSeries);
+    *this << frame.scriptText();
+}

@@ -1,0 +1,258 @@
+// Modality distribution chart of one model variable: count columns (and stacked target
+// columns for a binary target) on the left axis, the target rate or mean per modality and
+// its overall value on the right axis.
+
+#include "charts/ChartFrame.h"
+#include "html/NumberFormat.h"
+#include "html/XmlText.h"
+#include "report/ReportGenerator.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <string>
+
+namespace {
+
+// From this many modalities on, those of at most one line are left out of the chart.
+constexpr int crowdedModalityCount = 200;
+
+struct ModalityPass {
+    std::string categories;
+    std::string counts;
+    std::string rates;    // target rate in percent (binary) or target mean (continuous)
+    std::string targets;  // binary target only
+    int64_t nLines = 0;   // wide enough for any sum of 32-bit counts
+    double weighted = 0.0;
+    int modalityCount = 0;
+    int shownCount = 0;
+
+    // Zero when there are no lines, where the quotient would be no number at all.
+    double overall() const { return nLines == 0 ? 0.0 : weighted / static_cast<double>(nLines); }
+};
+
+std::string categoryLabel(const char16_t* name) {
+    QString label = xmlText(name);
+    if (label.size() > 103)
+        label = label.left(100) + QStringLiteral("...");
+    return quotedUtf8(HtmlWriter::escapeHtml(label).trimmed());
+}
+
+// The truncated sum of targets, or the lowest 32-bit value when that is no 32-bit number.
+std::string targetEntry(double sumTarget) {
+    const double truncated = std::trunc(sumTarget);
+    if (!(truncated >= -2147483648.0 && truncated <= 2147483647.0))
+        return "-2147483648";
+    return std::to_string(static_cast<int32_t>(truncated));
+}
+
+void appendShownModality(ModalityPass& pass, const XmlNode& modality, int nOcc,
+                         double sumTarget, double rate, bool binaryTarget) {
+    pass.categories += "'" + categoryLabel(modality.attribute(u"name")) + "'";
+    pass.counts += std::to_string(nOcc);
+    if (binaryTarget) {
+        NumberFormat::appendJsFixed(pass.rates, rate, 2);
+        pass.targets += targetEntry(sumTarget);
+    } else {
+        NumberFormat::appendJsG(pass.rates, rate, 6);
+    }
+}
+
+void appendSeparator(ModalityPass& pass, const char* separator) {
+    pass.categories += separator;
+    pass.counts += separator;
+    pass.rates += separator;
+    pass.targets += separator;
+}
+
+ModalityPass passOverModalities(const XmlNode& variable, bool binaryTarget) {
+    ModalityPass pass;
+    pass.modalityCount = variable.childCountNamed(u"Modality");
+    int position = 0;
+    int32_t cursor = 0;
+    for (XmlNode modality = variable.childNamed(u"Modality", &cursor); !modality.isEmpty();
+         modality = variable.childNamed(u"Modality", &cursor)) {
+        ++position;
+        const int nOcc = parseIntOr(modality.attribute(u"nOcc"), 0);
+        const double sumTarget = parseDoubleOr(modality.attribute(u"sumTarget"), 0.0);
+        const double scale = binaryTarget ? 100.0 : 1.0;
+        const double rate = nOcc == 0 ? 0.0 : sumTarget * scale / nOcc;
+        pass.nLines += nOcc;
+        pass.weighted += nOcc * rate;
+        if (pass.modalityCount >= crowdedModalityCount && nOcc <= 1)
+            continue;
+        ++pass.shownCount;
+        appendShownModality(pass, modality, nOcc, sumTarget, rate, binaryTarget);
+        // Positions count Modality elements only: other elements among them must not take
+        // a separator away, or adjacent entries would run together.
+        if (position < pass.modalityCount)
+            appendSeparator(pass, position % 5 == 0 ? ",\n\t\t\t" : ",");
+    }
+    return pass;
+}
+
+std::string averageValues(const ModalityPass& pass) {
+    std::string out;
+    if (pass.modalityCount == 0)
+        return out;
+    const std::string value = NumberFormat::jsG(pass.overall(), 15).toStdString();
+    for (int i = 0; i < std::max(1, pass.shownCount); ++i) {
+        if (i > 0)
+            out += ",";
+        out += value;
+    }
+    return out;
+}
+
+std::string modalitySubtitle(const ModalityPass& pass, bool binaryTarget) {
+    return "nLines= " + std::to_string(pass.nLines) +
+           ", nModalities= " + std::to_string(pass.modalityCount) +
+           ", targetMean= " + NumberFormat::g(pass.overall(), 15).toStdString() +
+           (binaryTarget ? "%" : "");
+}
+
+std::string modalityTitle(const XmlNode& variable) {
+    QString title = xmlText(variable.attribute(u"label"));
+    if (title.isEmpty())
+        title = xmlText(variable.attribute(u"name"));
+    return quotedUtf8(title);
+}
+
+std::string modalityHead(const XmlNode& variable, const ModalityPass& pass, bool binaryTarget) {
+    const QString idx = xmlText(variable.attribute(u"idx"));
+    return "\n\t<script type=\"text/javascript\">"
+           "\n\t$(document).ready(function() {"
+           "\n\tvar chart" + identifierUtf8(idx) + " = new Highcharts.Chart({"
+           "\n\t  chart: {"
+           "\n\t    renderTo: 'container" + quotedUtf8(idx) + "',"
+           "\n\t    margin: [80, 70, 100, 70],"
+           "\n\t    zoomType: 'xy'"
+           "\n\t  },"
+           "\n\t  title: {"
+           "\n\t    text: '" + modalityTitle(variable) + "',"
+           "\n\t    style: {"
+           "\n\t      margin: '10px 0 0 0' // center it"
+           "\n\t    }"
+           "\n\t  },"
+           "\n\t  subtitle: {"
+           "\n\t    text: '" + modalitySubtitle(pass, binaryTarget) + "',"
+           "\n\t    style: {"
+           "\n\t      margin: '0 0 0 0' // center it"
+           "\n\t    }"
+           "\n\t  },"
+           "\n\t  xAxis: [{"
+           "\n\t    categories: [" + pass.categories + "\n\t    ],"
+           "\n\t    labels: {"
+           "\n\t      align: 'right',"
+           "\n\t      rotation: -45,"
+           "\n\t      style: {color: '#000000'}"
+           "\n\t    }"
+           "\n\t  }],";
+}
+
+const char* rateTitle(bool binaryTarget) { return binaryTarget ? "Proba.Target" : "Target"; }
+
+std::string modalityYAxes(bool binaryTarget) {
+    std::string out = "\n\t  yAxis: [{ // on right side"
+                      "\n\t    labels: {"
+                      "\n\t      style: {color: '#FF0000'}"
+                      "\n\t    },"
+                      "\n\t    title: {"
+                      "\n\t      text: '" + std::string(rateTitle(binaryTarget)) + "',"
+                      "\n\t      style: {color: '#FF0000'},"
+                      "\n\t      margin: 50"
+                      "\n\t    },";
+    if (binaryTarget)
+        out += "\n\t    min: 0,";
+    out += "\n\t    opposite: true"
+           "\n\t  }, { // Secondary yAxis"
+           "\n\t    title: {"
+           "\n\t      text: 'nOccurence',"
+           "\n\t      margin: 50,"
+           "\n\t      style: {color: '#22AA22'}"
+           "\n\t    },"
+           "\n\t    labels: {"
+           "\n\t      style: {color: '#22AA22'}"
+           "\n\t    },"
+           "\n\t    min: 0"
+           "\n\t  }],";
+    return out;
+}
+
+// The tooltip reads the hovered modality's values back from the series by position.
+std::string modalityTooltipBody(const ModalityPass& pass, bool binaryTarget) {
+    const std::string share = "+' (='+Number((Number(nOcc))*100/" + std::to_string(pass.nLines) +
+                              ").toFixed(2)+'%)'+'<br/>'";
+    if (!binaryTarget)
+        return "\n\t      var nOcc  = this.point.series.chart.series[0].data[this.point.x].y;"
+               "\n\t      var target= this.point.series.chart.series[1].data[this.point.x].y;"
+               "\n"
+               "\n\t      return '<b>'+ this.x +'</b><br/>'"
+               "\n\t          + 'Count= '+ (Number(nOcc))" + share +
+               "\n\t          + 'Target= '+ (Number(target))"
+               "\n\t          ;";
+    return "\n\t      var nOcc   = this.point.series.chart.series[0].data[this.point.x].y;"
+           "\n\t      var nTarget= this.point.series.chart.series[1].data[this.point.x].y;"
+           "\n\t      var target = this.point.series.chart.series[2].data[this.point.x].y;"
+           "\n"
+           "\n\t      return '<b>'+ this.x +'</b><br/>'"
+           "\n\t          + 'Count= '+ (Number(nOcc))" + share +
+           "\n\t          + 'Target= '+ (Number(nTarget))+'<br/>'"
+           "\n\t          + 'Proba.Target= '+ (Number(target))+ '%<br/>' "
+           "\n\t          + 'Mean Target= '+ " + NumberFormat::jsFixed(pass.overall(), 3, 5).toStdString() +
+           "+ '%'"
+           "\n\t          ;";
+}
+
+std::string modalityTooltip(const ModalityPass& pass, bool binaryTarget) {
+    return "\n\t  tooltip: {"
+           "\n\t    formatter: function() {"
+           "\n" + modalityTooltipBody(pass, binaryTarget) +
+           "\n\t    }"
+           "\n\t  },"
+           "\n\t  legend: {enabled: false},"
+           "\n\t  plotOptions: {"
+           "\n\t    line:{animation  : false}"
+           "\n\t  },";
+}
+
+std::string columnSeries(const char* name, const char* color, const std::string& data) {
+    return "\n\t    type: 'column',"
+           "\n\t    name: '" + std::string(name) + "',"
+           "\n\t    color: '" + color + "',"
+           "\n\t    yAxis: 1,"
+           "\n\t    states:{hover:{brightness:0.3}},"
+           "\n\t    stacking: 'normal',"
+           "\n\t    data: [" + data + "]";
+}
+
+std::string modalitySeries(const ModalityPass& pass, bool binaryTarget) {
+    std::string out = "\n\t  series: [{" + columnSeries("Count", "#008800", pass.counts);
+    if (binaryTarget)
+        out += "\n\t  }, {" + columnSeries("Target", "#AA0000", pass.targets);
+    out += "\n\t  }, {"
+           "\n\t    type: 'spline',"
+           "\n\t    name: '" + std::string(rateTitle(binaryTarget)) + "',"
+           "\n\t    color: '#FF0000',"
+           "\n\t    data: [" + pass.rates + "]"
+           "\n\t  }, {"
+           "\n\t    type: 'line',"
+           "\n\t    name: 'average',"
+           "\n\t    color: '#0000AA',"
+           "\n\t    marker: false,"
+           "\n\t    enableMouseTracking:false,"
+           "\n\t    data: [" + averageValues(pass) + "]"
+           "\n\t  }]"
+           "\n\t  });"
+           "\n\t});"
+           "\n\t</script>";
+    return out;
+}
+
+}  // namespace
+
+void ReportGenerator::writeModalityChart(XmlNode variable, bool binaryTarget) {
+    const ModalityPass pass = passOverModalities(variable, binaryTarget);
+    *this << modalityHead(variable, pass, binaryTarget) + modalityYAxes(binaryTarget) +
+                 modalityTooltip(pass, binaryTarget) + modalitySeries(pass, binaryTarget);
+}

@@ -1,0 +1,179 @@
+// Prediction charts of a continuous target: predicted against real target ("delivered"), and
+// the prediction errors against real target ("selectedPruned").
+
+#include "charts/ChartFrame.h"
+#include "charts/ChartSeries.h"
+#include "charts/PointList.h"
+#include "html/NumberFormat.h"
+#include "html/XmlText.h"
+#include "report/ReportGenerator.h"
+
+#include <QRegularExpression>
+
+#include <span>
+
+namespace {
+
+struct PredictionSeriesSetting {
+    const char* name;
+    const char* color;
+    const char16_t* curve;  // null for the zero line, which is drawn from the x range
+    const char* type;
+    int lineWidth;
+    bool enableMouseTracking;
+};
+
+constexpr PredictionSeriesSetting deliveredSeries[] = {
+    {"Final Model Full", "#000000", u"dots", "scatter", 2, true},
+    {"Perfect", "#0000FF", u"Perfect", "line", 2, false},
+    {"Constant Mean", "#FF0000", u"ConstantMean", "line", 2, false},
+};
+
+constexpr PredictionSeriesSetting selectedPrunedSeries[] = {
+    {"", "#000000", nullptr, "line", 3, false},
+    {"Constant", "#008800", u"Constant", "line", 2, true},
+    {"Prediction Error", "#FF0000", u"InterceptError", "line", 2, true},
+    {"Absolute Prediction Error", "#0000FF", u"AbsoluteInterceptError", "line", 2, true},
+    {"Absolute Prediction Error High", "#AAAAFF", u"AbsoluteInterceptErrorH", "line", 2, true},
+    {"Absolute Prediction Error Low", "#AAAAFF", u"AbsoluteInterceptErrorL", "line", 2, true},
+};
+
+struct XRange {
+    double min;
+    double max;
+};
+
+std::string zeroLine(XRange range) {
+    return "[" + NumberFormat::jsG(range.min, 6).toStdString() + ",0],[" +
+           NumberFormat::jsG(range.max, 6).toStdString() + ",0]";
+}
+
+std::vector<std::string> predictionSeries(const XmlNode& curves, XRange range,
+                                          std::span<const PredictionSeriesSetting> settings) {
+    std::vector<std::string> texts;
+    for (const PredictionSeriesSetting& setting : settings) {
+        ChartSeries series;
+        series.name = setting.name;
+        series.color = setting.color;
+        series.type = setting.type;
+        series.lineWidth = setting.lineWidth;
+        series.enableMouseTracking = setting.enableMouseTracking;
+        series.data = setting.curve ? buildPointList(curves, setting.curve, false, 16)
+                                    : zeroLine(range);
+        texts.push_back(series.scriptText());
+    }
+    return texts;
+}
+
+// The bounds go into the script bare, so only a decimal number may pass: anything else
+// (a word, an expression, "</script>") would break or hijack the script.
+bool isPlainNumber(const QString& text) {
+    static const QRegularExpression number(
+        QStringLiteral("^[ \\t]*[+-]?(0|[1-9][0-9]*)?(\\.[0-9]*)?([eE][+-]?[0-9]+)?[ \\t]*$"));
+    static const QRegularExpression digit(QStringLiteral("[0-9]"));
+    const QRegularExpressionMatch match = number.match(text);
+    return match.hasMatch() && (match.captured(1) + match.captured(2)).contains(digit);
+}
+
+std::string yRange(const XmlNode& ranges) {
+    const QString low = xmlText(ranges.attribute(u"ymin"));
+    const QString high = xmlText(ranges.attribute(u"ymax"));
+    if (!isPlainNumber(low) || !isPlainNumber(high))
+        return {};
+    return "\n\t      min: " + low.toStdString() + ",max: " + high.toStdString() + ",";
+}
+
+std::string xRange(XRange range) {
+    // Drawn 5 % inside the given range at each end.
+    const double margin = (range.max - range.min) * 0.05;
+    return "\n\t      min: " + NumberFormat::jsG(range.min + margin, 16).toStdString() +
+           ",max: " + NumberFormat::jsG(range.max - margin, 16).toStdString() + ",";
+}
+
+std::string predictionAxes(bool delivered, const XmlNode& ranges, XRange range) {
+    std::string out = "\n\t    xAxis: [{"
+                      "\n\t      title: {text: 'real target',style: {color: '#405060'},enabled:true},";
+    out += xRange(range);
+    out += "\n\t      showFirstLabel: true,"
+           "\n\t      showLastLabel:true,"
+           "\n\t      labels: {"
+           "\n\t        style: {color: '#405060'}"
+           "\n\t      }"
+           "\n\t    }],"
+           "\n\t    yAxis: [{";
+    out += delivered ? "\n\t      title: {text: 'predicted target',style: {color: '#405060',margin: 20}},"
+                     : "\n\t      title: {text: 'prediction error',style: {color: '#405060',margin: 20}},";
+    out += yRange(ranges);
+    out += "\n\t      showFirstLabel: false,"
+           "\n\t      showLastLabel:true,"
+           "\n\t      labels: {"
+           "\n\t        formatter: function() {return this.value;},"
+           "\n\t        style: {color: '#405060'}"
+           "\n\t      }"
+           "\n\t    }],";
+    return out;
+}
+
+std::string predictionSubtitle(bool delivered, const XmlNode& curves) {
+    std::string out = "<font face=\"verdana\" >";
+    if (!delivered)
+        out += " Red: error,"
+               " Blue: abs error"
+               "<br/>";
+    out += " MAE=" + quotedAttribute(curves, u"MAE") +
+           " RSquared=" + quotedAttribute(curves, u"RSquared") +
+           " nLine=" + quotedAttribute(curves, u"nLine") +
+           " nVar=" + quotedAttribute(curves, u"nVar") +
+           "</font>";
+    return out;
+}
+
+constexpr const char* predictionTooltip =
+    "\n\t          return '<b>'+ this.series.name +'</b><br/>'"
+    "\n\t            + 'real     = '+ this.x +'<br/>'"
+    "\n\t            + 'predicted= '+ this.y"
+    "\n\t           ;";
+
+// Hovering one of the absolute error curves shows all three at that x.
+constexpr const char* errorTooltip =
+    "\n\t        if (this.series.index>2 && this.series.index<6)"
+    "\n\t        {"
+    "\n\t          // curve with percentage"
+    "\n\t          // find x index"
+    "\n\t          var index=0;"
+    "\n\t          for (var i=0;i<this.point.series.chart.series[3].data.length;i++)"
+    "\n\t          {"
+    "\n\t            if (Number(this.point.x)==Number(this.point.series.chart.series[2].data[i].x))"
+    "\n\t            {index=i;}"
+    "\n\t          }"
+    "\n\t          return '<b>'+ this.series.name +'</b><br/>'"
+    "\n\t            + 'x = '+ this.x + '<br/>y = '"
+    "\n\t            + this.point.series.chart.series[5].data[index].y + ' < '"
+    "\n\t            + this.point.series.chart.series[3].data[index].y + ' < '"
+    "\n\t            + this.point.series.chart.series[4].data[index].y"
+    "\n\t           ;"
+    "\n\t         }";
+
+}  // namespace
+
+void ReportGenerator::writePredictionChart(XmlNode curves, const QString& kind,
+                                           const QString& title) {
+    const bool delivered = kind == u"delivered";
+    const XmlNode ranges = curves.childNamed(u"ranges");
+    const XRange range{parseDoubleOr(ranges.attribute(u"xmin"), 0.0),
+                       parseDoubleOr(ranges.attribute(u"xmax"), 100.0)};
+    ChartFrame frame;
+    frame.kind = kind;
+    frame.title = title;
+    frame.subtitle = predictionSubtitle(delivered, curves);
+    frame.marginLine = "\n\t      margin: [60, 50, 60, 40],";
+    frame.titleStyleLine = "\n\t      style: {margin: '10px 0 0 0'}";
+    frame.axes = predictionAxes(delivered, ranges, range);
+    frame.extraTooltip = delivered ? predictionTooltip : errorTooltip;
+    frame.legend = "\n\t    legend: false,";
+    frame.plotOptions = "\n\t      scatter:{animation  : false},"
+                        "\n\t      line:{animation  : false}";
+    frame.series = delivered ? predictionSeries(curves, range, deliveredSeries)
+                             : predictionSeries(curves, range, selectedPrunedSeries);
+    *this << frame.scriptText();
+}

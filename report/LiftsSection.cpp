@@ -1,0 +1,31 @@
+// The two model charts: their scripts in the page head, their containers in the body.
+
+#include "report/ReportGenerator.h"
+
+void ReportGenerator::writeModelCharts() {
+    const QString delivered = QStringLiteral("delivered");
+    const QString selectedPruned = QStringLiteral("selectedPruned");
+    const QString finalModel = QStringLiteral("Final Model");
+    const QString prunedModel = QStringLiteral("Pruned Model on Test Set");
+    if (isBinaryTarget) {
+        writeLiftChart(chartRoot, delivered, finalModel);
+        writeLiftChart(chartRoot, selectedPruned, prunedModel);
+    } else {
+        writePredictionChart(chartRoot.childNamed(u"prunedCloudFull"), delivered, finalModel);
+        writePredictionChart(chartRoot.childNamed(u"prunedTest"), selectedPruned, prunedModel);
+    }
+}
+
+void ReportGenerator::writeLiftsSection() {
+    writeH2(isBinaryTarget ? QStringLiteral("Lifts") : QStringLiteral("Graphics"));
+    *this << "\n  <table>"
+             "\n    <tr>"
+             "\n      <td>";
+    writeChartDiv(QStringLiteral("delivered"));
+    *this << "</td>"
+             "\n      <td>";
+    writeChartDiv(QStringLiteral("selectedPruned"));
+    *this << "</td>"
+             "\n    </tr>"
+             "\n  </table>";
+}

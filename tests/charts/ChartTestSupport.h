@@ -1,0 +1,41 @@
+#pragma once
+// Builders of chart documents and renderers of chart scripts for the chart tests.
+
+#include "report/ReportGenerator.h"
+#include "xml/XmlNode.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <vector>
+
+namespace ChartTest {
+
+// Base64 of the values as little-endian doubles, followed by extraBytes zero bytes.
+QString base64Doubles(const std::vector<double>& values, int extraBytes = 0);
+// A curve element <name><x>...</x><y>...</y></name>.
+QString curve(const QString& name, const std::vector<double>& x, const std::vector<double>& y);
+// 0, 1, ..., count - 1.
+std::vector<double> indices(int count);
+
+// Parses document text whose root element is rootTag; fails the test on a parse error.
+XmlNode parse(const QString& text, const char16_t* rootTag = u"ORB_Charts");
+
+// What the writer calls produce, the generator having the given chart root.
+QString render(const XmlNode& chartRoot, const std::function<void(ReportGenerator&)>& write);
+QString renderLift(const XmlNode& chartRoot, const QString& kind);
+QString renderPrediction(const XmlNode& curves, const QString& kind);
+QString renderModality(const XmlNode& variable, bool binaryTarget);
+
+// The x values of a point list written in fine mode, in order.
+std::vector<double> pointXs(const std::string& pointList);
+
+// The text between "<script ...>" and the next "</script", for every script element.
+QStringList inlineScripts(const QString& page);
+// Node's complaints about the scripts, one line per script that does not parse or fails when
+// run against stand-ins of the page's libraries; empty when all pass. Sets skipped when Node
+// cannot be run.
+QString scriptErrors(const QStringList& scripts, bool* skipped);
+
+}  // namespace ChartTest
