@@ -268,6 +268,11 @@ describe('bar heights and colours', () => {
       bars: [{rows: [19, 19], color: COLOR.blue}, {rows: [19, 19], color: COLOR.blue}],
     },
     {
+      name: 'equal negative values count as a range of one from the zero line at the top',
+      values: [-0.03, -0.03], options: {},
+      bars: [{rows: [0, 1], color: COLOR.pink}, {rows: [0, 1], color: COLOR.pink}],
+    },
+    {
       name: 'the normal range options draw nothing on bars',
       values: [3, 1, 2], options: {...PAGE_BAR, width: 'auto', barColor: '#00f'},
       bars: [{rows: [0, 19], color: COLOR.blue}, {rows: [19, 19], color: COLOR.blue}, {rows: [9, 19], color: COLOR.blue}],
