@@ -1,0 +1,167 @@
+#include "report/ReportGenerator.h"
+
+#include "html/NumberFormat.h"
+#include "html/XmlText.h"
+
+#include <cstdint>
+
+namespace {
+
+const char kSpacerRow[] = "\n  <tr><td colspan=\"7\"></td></tr>";
+
+QString textOf(const XmlNode& stats, const char16_t* attribute) {
+    return xmlText(stats.attribute(attribute));
+}
+
+int32_t integerOf(const XmlNode& stats, const char16_t* attribute) {
+    return parseIntOr(stats.attribute(attribute), 0);
+}
+
+// Shares are written at least five wide, so that 5% lines up under 30%.
+QString share(double percent, int decimals) { return NumberFormat::fixed(percent, decimals, 5); }
+
+// The page shows what 32-bit arithmetic gives; wrapping explicitly keeps an overflowing input
+// defined behaviour.
+int32_t wrapped(int64_t value) { return static_cast<int32_t>(static_cast<uint32_t>(value)); }
+
+void writeTitleRow(HtmlWriter& page, const char* title) {
+    page << "\n  <tr>"
+            "\n    <td colspan=\"7\" align=\"left\">" << title << "</td>"
+            "\n  </tr>";
+}
+
+void writeCountRow(HtmlWriter& page, const char* label, const QString& value) {
+    page << "\n  <tr>"
+            "\n    <td width=\"12\">&nbsp;</td>"
+            "\n    <td width=\"261\" align=\"left\">" << label << "</td>"
+            "\n    <td width=\"71\" align=\"right\">" << value << "</td>"
+            "\n  </tr>";
+}
+
+void writeSamplingRow(HtmlWriter& page, int32_t sampled, int32_t inTest, const QString& testShare) {
+    page << "\n  <tr>"
+            "\n    <td width=\"12\">&nbsp;</td>"
+            "\n    <td width=\"261\" align=\"left\">After sampling</td>"
+            "\n    <td width=\"71\" align=\"right\">" << sampled << "</td>"
+            "\n    <td width=\"17\">&nbsp;=</td>"
+            "\n    <td width=\"78\" align=\"right\" >" << inTest << "</td>"
+            "\n    <td width=\"89\" align=\"right\"  >(TestSet</td>"
+            "\n    <td width=\"90\" align=\"left\"  >= " << testShare << "%)</td>"
+            "\n  </tr>";
+}
+
+void writeCreationRow(HtmlWriter& page, int32_t inCreation, const QString& creationShare) {
+    page << "\n  <tr>"
+            "\n    <td width=\"12\">&nbsp;</td>"
+            "\n    <td>&nbsp;</td>"
+            "\n    <td>&nbsp;</td>"
+            "\n    <td width=\"17\">&nbsp;+</td>"
+            "\n    <td width=\"78\" align=\"right\" >" << inCreation << "</td>"
+            "\n    <td width=\"89\" align=\"right\"  >(CreationSet</td>"
+            "\n    <td width=\"90\" align=\"left\"  >= " << creationShare << "%)</td>"
+            "\n  </tr>";
+}
+
+void writeDatasetBlock(HtmlWriter& page, const XmlNode& stats, int32_t sampled) {
+    const int32_t inTest = integerOf(stats, u"nLineInTestSet");
+    const int32_t inCreation = integerOf(stats, u"nLineInCreationSet");
+    // The first two rows lack a blank before some attributes; the page keeps that.
+    page << "\n  <tr><td colspan=\"7\" align=\"left\">Dataset</td></tr>"
+            "\n  <tr>"
+            "\n    <td width=\"12\">&nbsp;</td>"
+            "\n    <td width=\"261\" align=\"left\">Initial count</td>"
+            "\n    <td width=\"71\"align=\"right\">" << textOf(stats, u"nLineStart") << "</td>"
+            "\n  </tr>"
+            "\n  <tr>"
+            "\n    <td width=\"12\">&nbsp;</td>"
+            "\n    <td width=\"261\"align=\"left\">After lines exclusion/selection</td>"
+            "\n    <td width=\"71\"align=\"right\">" << integerOf(stats, u"nLineSQL") << "</td>"
+            "\n  </tr>";
+    writeSamplingRow(page, sampled, inTest, share(static_cast<double>(inTest) / sampled * 100.0, 2));
+    writeCreationRow(page, inCreation, share(static_cast<double>(inCreation) / sampled * 100.0, 2));
+    page << kSpacerRow << kSpacerRow;
+}
+
+void writeAprioriRow(HtmlWriter& page, const char* label, double probability) {
+    page << "\n  <tr>"
+            "\n    <td colspan=\"2\" align=\"left\">" << label << "</td>"
+            "\n    <td align=\"right\">" << share(probability, 3) << "</td>"
+            "\n    <td width=\"17\"> % </td>"
+            "\n  </tr>";
+}
+
+void writeTargetBlock(HtmlWriter& page, const XmlNode& stats, int32_t sampled) {
+    const int32_t selected = integerOf(stats, u"nTargetSQL");
+    const int32_t targets = integerOf(stats, u"nTargetSampling");
+    const int32_t inTest = integerOf(stats, u"nTargetInTestSet");
+    const int32_t inCreation = wrapped(int64_t{targets} - inTest);
+    writeTitleRow(page, "Target");
+    writeCountRow(page, "Initial count", textOf(stats, u"nTargetCountStart"));
+    writeCountRow(page, "Against dataset", textOf(stats, u"nTargetInWholeDataset"));
+    writeCountRow(page, "After lines exclusion/selection", NumberFormat::integer(selected));
+    writeSamplingRow(page, targets, inTest, share(static_cast<double>(inTest) / targets * 100.0, 3));
+    writeCreationRow(page, inCreation, share(static_cast<double>(inCreation) / targets * 100.0, 3));
+    page << kSpacerRow;
+    writeAprioriRow(page, "Apriori probability of Target in selected lines",
+                    selected * 100.0 / integerOf(stats, u"nLineSQL"));
+    writeAprioriRow(page, "Apriori probability of Target in sample", targets * 100.0 / sampled);
+    page << kSpacerRow << kSpacerRow;
+}
+
+void writeVariablesBlock(HtmlWriter& page, const XmlNode& stats) {
+    writeTitleRow(page, "Number of Variable");
+    writeCountRow(page, "Initial Number of Columns", textOf(stats, u"nColInitialCount"));
+    writeCountRow(page, "Initial variable count", textOf(stats, u"nCountVarStart"));
+    writeCountRow(page, "After Exclusions", textOf(stats, u"nVarAfterSQL"));
+    writeCountRow(page, "After removing irrelevant var", textOf(stats, u"nVarAfterPruning"));
+    writeCountRow(page, "Inside simple model", textOf(stats, u"nVarInsideBasicModel"));
+    writeCountRow(page, "Inside pruned model", textOf(stats, u"nVarInsidePrunedModel"));
+    page << kSpacerRow << kSpacerRow;
+}
+
+// openCell differs between the two rows by one blank, which the page keeps.
+void writeMinimumSizeRow(HtmlWriter& page, const char* label, const char* openCell,
+                         int32_t size, int32_t sampled) {
+    const int32_t hundredfold = wrapped(int64_t{size} * 100);
+    page << "\n  <tr>"
+            "\n    <td width=\"12\">&nbsp;</td>"
+            "\n    <td width=\"261\" align=\"left\">" << label << "</td>"
+            "\n    <td width=\"71\" align=\"right\">" << size << "</td>"
+            "\n    <td width=\"17\" align=\"right\"" << openCell << " ( </td>"
+            "\n    <td width=\"78\" align=\"right\" >" << share(static_cast<double>(hundredfold) / sampled, 3) << "</td>"
+            "\n    <td width=\"78\" align=\"left\" colspan=\"2\" >&nbsp;% of universe)</td>"
+            "\n  </tr>";
+}
+
+void writeRegroupingBlock(HtmlWriter& page, const XmlNode& stats, int32_t sampled) {
+    writeTitleRow(page, "Regrouping modalities of nominal variables");
+    page << "\n  <tr>"
+            "\n    <td width=\"12\">&nbsp;</td>"
+            "\n    <td width=\"261\" align=\"left\">minimum modality size for variables:</td>"
+            "\n  </tr>";
+    writeMinimumSizeRow(page, "- without order", " >",
+                        integerOf(stats, u"minSizeModalityForNominalVar"), sampled);
+    writeMinimumSizeRow(page, "- with order", ">",
+                        integerOf(stats, u"minSizeModalityForOrderedVar"), sampled);
+}
+
+}  // namespace
+
+void ReportGenerator::writeGeneralCounts() {
+    const XmlNode stats = reportRoot.childNamed(u"GeneralStats");
+    // Documents may carry the sampled line count under a misspelt name only.
+    int32_t sampled = integerOf(stats, u"nLineSampling");
+    if (sampled == 0)
+        sampled = integerOf(stats, u"nLineSamping");
+    writeH2(QStringLiteral("General Counts"));
+    *this << "\n"
+             "\nDataset: " << textOf(stats, u"configFile") << "<br>"
+             "\n" << (isBinaryTarget ? "Binary modeling" : "Continuous modeling")
+          << "\n<table width=\"700\" border=\"0\" nowrap=\"nowrap\" >";
+    writeDatasetBlock(*this, stats, sampled);
+    if (isBinaryTarget)
+        writeTargetBlock(*this, stats, sampled);
+    writeVariablesBlock(*this, stats);
+    writeRegroupingBlock(*this, stats, sampled);
+    *this << "\n</table>";
+}

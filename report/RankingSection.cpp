@@ -1,0 +1,189 @@
+#include "report/ReportGenerator.h"
+
+#include "html/NumberFormat.h"
+#include "html/XmlText.h"
+#include "report/ChildWalk.h"
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+namespace {
+
+constexpr double kLargest = std::numeric_limits<double>::max();
+
+const char kRankingHeader[] =
+    "\n"
+    "\n<table width=\"100%\" border=\"0\" cellpadding=\"0\" cellspacing=\"0\" style=\"white-space: nowrap;\">"
+    "\n  <tr>"
+    "\n    <td width=\"8\" class=\"blBorderBottom\">&nbsp;</td>"
+    "\n    <td width=\"30%\" class=\"blBorderBottom\" >&nbsp;</td>"
+    "\n    <td colspan=\"2\" class=\"blBorderBottomLeft\">Importance <br/>"
+    "\n    [%]</td>"
+    "\n    <td colspan=\"2\" class=\"blBorderBottomLeft\">Univ. Import. <br/>"
+    "\n    [%]</td>"
+    "\n    <td colspan=\"2\" class=\"blBorderBottomLeft\">Correlation with <br/>"
+    "\n    Target [%]</td>"
+    "\n    <td colspan=\"2\" class=\"blBorderBottomLeft\">Weight In <br/>"
+    "\n    Model [%]</td>"
+    "\n    <td width=\"45\" class=\"blBorderBottomLeft\" >Min</td>"
+    "\n    <td width=\"100\" class=\"blBorderBottom\" >INDEX [%]</td>"
+    "\n    <td width=\"45\" class=\"blBorderBottom\" >Max</td>"
+    "\n    <td width=\"91\" class=\"blBorderBottomLeft\" align=\"center\" >Highest Positive <br/>"
+    "\n    Discrim.</td>"
+    "\n    <td width=\"121\" class=\"blBorderBottomLeft\" >Modalities</td>"
+    "\n  </tr>";
+
+const char kSignaleticHeader[] =
+    "\n"
+    "\n<table width=\"100%\" border=\"0\" cellpadding=\"0\" cellspacing=\"0\" >"
+    "\n  <tr>"
+    "\n    <td width=\"8\" class=\"blBorderBottom\">&nbsp;</td>"
+    "\n    <td width=\"30%\" class=\"blBorderBottom\" >&nbsp;</td>"
+    "\n    <td colspan=\"2\" class=\"blBorderBottomLeft\">Univ. Import. <br/>"
+    "\n    [%]</td>"
+    "\n    <td width=\"45\" class=\"blBorderBottomLeft\" >Min</td>"
+    "\n    <td width=\"100\" class=\"blBorderBottom\" >Average.Targ. <br/>"
+    "\n    [%]</td>"
+    "\n    <td width=\"45\" class=\"blBorderBottom\" >Max</td>"
+    "\n    <td width=\"91\" class=\"blBorderBottomLeft\" align=\"center\" >Highest Positive <br/>"
+    "\n    Discrim.</td>"
+    "\n    <td width=\"121\" class=\"blBorderBottomLeft\" >Modalities</td>"
+    "\n  </tr>";
+
+// Index statistics over one variable's modalities, started afresh for every row.
+struct ModalityExtremes {
+    double lowest = kLargest;         // zero indices included
+    double lowestNonZero = kLargest;  // a zero index never counts
+    double highest = -kLargest;
+    XmlNode best;  // the first modality of the highest index; empty when no index beat the start
+};
+
+ModalityExtremes modalityExtremes(const XmlNode& variable) {
+    ModalityExtremes extremes;
+    forEachChildNamed(variable, u"Modality", [&extremes](const XmlNode& modality) {
+        const double index = ReportGenerator::modalityIndex(modality, -1, -1.0);
+        if (index < extremes.lowest)
+            extremes.lowest = index;
+        if (index != 0.0 && index < extremes.lowestNonZero)
+            extremes.lowestNonZero = index;
+        if (index > extremes.highest) {
+            extremes.highest = index;
+            extremes.best = modality;
+        }
+    });
+    return extremes;
+}
+
+// Scale of a bar column: the largest magnitude over the first count children.
+double largestMagnitude(const XmlNode& list, int32_t count, const char16_t* attribute) {
+    double largest = -kLargest;
+    for (int32_t i = 0; i < count; ++i) {
+        const double magnitude = std::fabs(parseDoubleOr(list.childAt(i).attribute(attribute), 0.0));
+        if (magnitude > largest)
+            largest = magnitude;
+    }
+    return largest;
+}
+
+QString nameOf(const XmlNode& node) { return xmlText(node.attribute(u"name")); }
+
+void writeRankAndNameCells(ReportGenerator& page, int rank, const XmlNode& variable) {
+    page << "\n  <tr>"
+            "\n    <td width=\"8\" class=\"thinline\">" << rank << "</td>"
+            "\n    <td align=\"left\" nowrap=\"nowrap\" class=\"thinline\">";
+    page.writeLink(HtmlWriter::escapeHtml(nameOf(variable)), xmlText(variable.attribute(u"idx")));
+    page << "</td>";
+}
+
+// The closing cells of both tables. No "</tr>" follows: the next "<tr>" or the table's end
+// closes the row.
+void writeModalitySummaryCells(ReportGenerator& page, const XmlNode& variable,
+                               const QString& lowest, const QString& highest,
+                               const QString& best) {
+    page << "\n    <td class=\"blBorderLeft\" >" << lowest << "</td>"
+            "\n    <td class=\"thinline\">";
+    page.writeLineSparkline(variable, page.isBinaryTarget);
+    page << "</td>"
+            "\n    <td class=\"greyBorderBottom\" >" << highest << "</td>"
+            "\n    <td nowrap=\"nowrap\" class=\"blBorderLeft\">" << best << "</td>"
+            "\n    <td class=\"blBorderLeft\">";
+    page.writeBoxSparkline(variable);
+    page << "</td>";
+}
+
+}  // namespace
+
+double ReportGenerator::modalityIndex(const XmlNode& modality, int nLine, double sumTargetTotal) {
+    if (nLine < 0)
+        nLine = parseIntOr(modality.parent().attribute(u"nLine"), 0);
+    if (sumTargetTotal < 0.0)
+        sumTargetTotal = parseDoubleOr(modality.parent().attribute(u"sumTargetTotal"), 0.0);
+    const int32_t nOcc = parseIntOr(modality.attribute(u"nOcc"), 0);
+    const double sumTarget = parseDoubleOr(modality.attribute(u"sumTarget"), 0.0);
+    if (nOcc == 0)
+        return 0.0;
+    return (nLine * sumTarget) / (nOcc * sumTargetTotal) * 100.0;
+}
+
+void ReportGenerator::writeRankingTable() {
+    const XmlNode shortList = reportRoot.childNamed(u"ModelVariableShort");
+    const XmlNode longList = reportRoot.childNamed(u"ModelVariableLong");
+    const int32_t count = shortList.childCount();
+    const double maxImportance = largestMagnitude(shortList, count, u"importance");
+    const double maxAuc = largestMagnitude(longList, count, u"auc");
+    const double maxCorrelation = largestMagnitude(shortList, count, u"linearCorrelationWithTarget");
+    const double maxWeight = largestMagnitude(shortList, count, u"weightNormalized");
+    writeH2(QStringLiteral("Discriminative Variables ranking"));
+    *this << kRankingHeader;
+    // Only this text outlives its row: a row without a usable modality repeats the previous one.
+    QString best = QStringLiteral(" ");
+    for (int32_t i = 0; i < count; ++i) {
+        const XmlNode variable = shortList.childAt(i);
+        const XmlNode details = longList.childAt(i);
+        writeRankAndNameCells(*this, i + 1, variable);
+        writeValueCells(variable, u"importance", maxImportance, 2, -9900.0);
+        writeValueCells(details, u"auc", maxAuc, 2, -kLargest);
+        writeValueCells(variable, u"linearCorrelationWithTarget", maxCorrelation, 2, -kLargest);
+        writeValueCells(variable, u"weightNormalized", maxWeight, 2, -kLargest);
+        const ModalityExtremes extremes = modalityExtremes(details);
+        if (!extremes.best.isEmpty())
+            best = escapeHtml(nameOf(extremes.best));
+        // The cut counts the escaped text, so an entity may be split.
+        if (best.size() > 33)
+            best = best.left(30) + QStringLiteral("...");
+        writeModalitySummaryCells(*this, details, NumberFormat::fixed(extremes.lowestNonZero, 2),
+                                  NumberFormat::fixed(extremes.highest, 2), best);
+    }
+    *this << "\n  </table>";
+}
+
+void ReportGenerator::writeSignaleticTable() {
+    const XmlNode list = reportRoot.childNamed(u"VariablesIllustrative");
+    const int32_t count = list.childCount();
+    if (count == 0)
+        return;
+    const double maxAuc = largestMagnitude(list, count, u"auc");
+    writeH2(QStringLiteral("Signaletic Variables"));
+    *this << kSignaleticHeader;
+    for (int32_t i = 0; i < count; ++i) {
+        const XmlNode variable = list.childAt(i);
+        writeRankAndNameCells(*this, i + 1, variable);
+        writeValueCells(variable, u"auc", maxAuc, 2, -1.0);
+        const ModalityExtremes extremes = modalityExtremes(variable);
+        // Without a usable modality the row shows what the link showed: the escaped variable
+        // name, which the escaping below then applies to once more.
+        QString best = extremes.best.isEmpty() ? escapeHtml(nameOf(variable))
+                                               : nameOf(extremes.best);
+        // Unlike the ranking table, the cut is decided on the text before escaping.
+        const qsizetype length = best.size();
+        best = escapeHtml(best);
+        if (length > 25)
+            best = best.left(23) + QStringLiteral("..");
+        writeModalitySummaryCells(*this, variable, NumberFormat::g(extremes.lowest),
+                                  NumberFormat::g(extremes.highest), best);
+    }
+    *this << "\n  </table>";
+    for (int32_t i = 0; i < count; ++i)
+        writeImage(xmlText(list.childAt(i).attribute(u"graph")), QStringLiteral("graph"), 560, 512);
+}

@@ -1,0 +1,49 @@
+#include "report/ReportGenerator.h"
+
+#include "html/NumberFormat.h"
+#include "report/ChildWalk.h"
+
+#include <cstdint>
+#include <limits>
+#include <string>
+
+void ReportGenerator::writeLineSparkline(const XmlNode& variable, bool binaryTarget) {
+    // nLine is read as a real here, so an absent count gives a non-finite mean, not a trap.
+    const double overallMean = parseDoubleOr(variable.attribute(u"sumTargetTotal"), 0.0) /
+                               parseDoubleOr(variable.attribute(u"nLine"), 0.0);
+    double lowestMean = std::numeric_limits<double>::max();
+    std::string points;
+    forEachChildNamed(variable, u"Modality", [&](const XmlNode& modality) {
+        const int32_t nOcc = parseIntOr(modality.attribute(u"nOcc"), 0);
+        if (nOcc == 0)
+            return;
+        const double mean = parseDoubleOr(modality.attribute(u"sumTarget"), 0.0) / nOcc;
+        if (mean < lowestMean)
+            lowestMean = mean;
+        points += ',';
+        NumberFormat::appendG(points, mean, 16);
+    });
+    // The plugin reads the first two values as the shaded normal range, the rest as points.
+    std::string span = "\n<span class=\"orbLine\">";
+    NumberFormat::appendG(span, binaryTarget ? 0.0 : lowestMean, 16);
+    span += ',';
+    NumberFormat::appendG(span, overallMean, 16);
+    span += points;
+    span += "</span>";
+    *this << span;
+}
+
+void ReportGenerator::writeBoxSparkline(const XmlNode& variable) {
+    std::string span = "\n <span class=\"orbBox\">";
+    const char* separator = "";
+    forEachChildNamed(variable, u"Modality", [&](const XmlNode& modality) {
+        const int32_t nOcc = parseIntOr(modality.attribute(u"nOcc"), 0);
+        if (nOcc == 0)
+            return;
+        span += separator;
+        separator = ",";
+        NumberFormat::appendG(span, nOcc, 6);
+    });
+    span += "</span>";
+    *this << span;
+}

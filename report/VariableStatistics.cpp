@@ -1,0 +1,185 @@
+#include "report/ReportGenerator.h"
+
+#include "html/NumberFormat.h"
+#include "html/XmlText.h"
+#include "report/ChildWalk.h"
+
+#include <QLatin1StringView>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+namespace {
+
+constexpr int32_t kQualityListLength = 100;
+constexpr int32_t kModalityListLimit = 2000;
+// Visible width of the name column; the number columns start after it.
+constexpr qsizetype kNameWidth = 52;
+// Longer names are cut to kNameKept characters and "...".
+constexpr qsizetype kNameLimit = 103;
+constexpr qsizetype kNameKept = 100;
+
+void appendInteger(std::string& out, int32_t value, int width) {
+    char buffer[16];
+    const int length = std::snprintf(buffer, sizeof buffer, "%*d", width, static_cast<int>(value));
+    out.append(buffer, static_cast<size_t>(length));
+}
+
+// Composes the rows of one modality table. The buffers live as long as the table, so a table
+// of many thousands of rows allocates only while its longest row grows them.
+class ModalityRowComposer {
+public:
+    ModalityRowComposer(bool binaryTarget, int nLine, double sumTargetTotal)
+        : binaryTarget_(binaryTarget), nLine_(nLine), sumTargetTotal_(sumTargetTotal) {}
+
+    // The whole row: span start, name column, number columns, span end.
+    const QString& compose(const XmlNode& modality, const QString& styleClass) {
+        row_.resize(0);
+        row_ += u"<span class=\"";
+        row_ += styleClass;
+        row_ += u"\">\n   ";
+        appendName(xmlText(modality.attribute(u"name")));
+        numbers_.clear();
+        appendNumbers(modality);
+        row_ += QLatin1StringView(numbers_.data(), static_cast<qsizetype>(numbers_.size()));
+        row_ += u"</span>";
+        return row_;
+    }
+
+private:
+    void appendName(const QString& name) {
+        const QString shown = name.size() > kNameLimit ? name.left(kNameKept) + QStringLiteral("...") : name;
+        row_ += HtmlWriter::escapeHtml(shown);
+        // Entities widen the text but not what the reader sees: pad by the unescaped length.
+        if (shown.size() < kNameWidth)
+            row_.resize(row_.size() + (kNameWidth - shown.size()), u' ');
+        // A long name keeps its line; the numbers go below, in their usual columns.
+        if (name.size() > kNameWidth) {
+            row_ += u'\n';
+            row_.resize(row_.size() + 3 + kNameWidth, u' ');
+        }
+    }
+
+    void appendNumbers(const XmlNode& modality) {
+        const int32_t nOcc = parseIntOr(modality.attribute(u"nOcc"), 0);
+        const double sumTarget = parseDoubleOr(modality.attribute(u"sumTarget"), 0.0);
+        const double index = ReportGenerator::modalityIndex(modality, nLine_, sumTargetTotal_);
+        const bool empty = nOcc == 0;
+        numbers_ += ' ';
+        appendInteger(numbers_, nOcc, 10);
+        numbers_ += ' ';
+        NumberFormat::appendFixed(numbers_, empty ? 0.0 : nOcc * 100.0 / nLine_, 1, 10);
+        if (binaryTarget_) {
+            numbers_ += ' ';
+            NumberFormat::appendFixed(numbers_, sumTarget, 0, 10);
+            numbers_ += ' ';
+            NumberFormat::appendFixed(numbers_, empty ? 0.0 : sumTarget * 100.0 / nOcc, 1, 12);
+        } else {
+            numbers_ += ' ';
+            NumberFormat::appendFixed(numbers_, empty ? 0.0 : sumTarget / nOcc, 1, 12);
+        }
+        numbers_ += ' ';
+        NumberFormat::appendFixed(numbers_, index, 1, 10);
+    }
+
+    const bool binaryTarget_;
+    const int nLine_;
+    const double sumTargetTotal_;
+    QString row_;
+    std::string numbers_;
+};
+
+void writeModalityTableHeader(HtmlWriter& page, const XmlNode& variable, bool binaryTarget) {
+    if (binaryTarget)
+        page << "\nUnivariate AUC=  " << xmlText(variable.attribute(u"auc")) << " %"
+                "                                    Count       %         Count         Proba        %"
+                "\n                                                           Dataset   DataSet      Target       Target      Index ";
+    else
+        page << "\n                                                           Count       %         Average         %"
+                "\n                                                           Dataset   DataSet      Target       Index ";
+}
+
+void writeQualityLine(ReportGenerator& page, const XmlNode& variable, double scale) {
+    const double auc = parseDoubleOr(variable.attribute(u"auc"), 0.0);
+    if (auc < 0.0)
+        return;
+    page << "<div syle=\"display: inline;\">";
+    page.writeBar(std::min(auc, scale), scale, 98);
+    page << "&nbsp;&nbsp; " << NumberFormat::fixed(auc, 3, 10) << " % : ";
+    // An absent mark reads as not deleted.
+    const char16_t* deleted = variable.attribute(u"deleted");
+    if (deleted && deleted[0] == u'1')
+        page << "(deleted) ";
+    page.writeLink(xmlText(variable.attribute(u"name")), xmlText(variable.attribute(u"idx")));
+    page << "</div>\n";
+}
+
+}  // namespace
+
+void ReportGenerator::writeVariableStatistics() {
+    writeH2(QStringLiteral("Statistics for Variables in Model"));
+    forEachChildNamed(reportRoot.childNamed(u"ModelVariableLong"), u"Var",
+                      [this](const XmlNode& variable) { writeVariableSection(variable, isBinaryTarget); });
+}
+
+void ReportGenerator::writeVariableSection(const XmlNode& variable, bool binaryTarget) {
+    const QString label = xmlText(variable.attribute(u"label"));
+    const QString name = xmlText(variable.attribute(u"name"));
+    const QString idx = xmlText(variable.attribute(u"idx"));
+    // The name is the annotation of a labelled heading, and the heading itself otherwise.
+    if (label.isEmpty())
+        writeH3(name, idx, QString());
+    else
+        writeH3(label, idx, name);
+    writeModalityTable(variable, binaryTarget, parseIntOr(variable.attribute(u"nLine"), 0),
+                       parseDoubleOr(variable.attribute(u"sumTargetTotal"), 0.0));
+}
+
+void ReportGenerator::writeModalityTable(const XmlNode& variable, bool binaryTarget, int nLine,
+                                         double sumTargetTotal) {
+    const int32_t count = variable.childCountNamed(u"Modality");
+    *this << "\n    <center>";
+    writeContainerDiv(xmlText(variable.attribute(u"idx")), count);
+    *this << "</center>"
+             "\n<pre>";
+    // Very long tables leave out the modalities of a single line to bound the page's size.
+    const bool dropSingles = count > kModalityListLimit;
+    if (dropSingles)
+        *this << "\n    => The number of modalities is above 2000."
+                 "\n    => only modalities that occurs more than once will be displayed.";
+    writeModalityTableHeader(*this, variable, binaryTarget);
+    ModalityRowComposer composer(binaryTarget, nLine, sumTargetTotal);
+    bool evenLine = true;
+    forEachChildNamed(variable, u"Modality", [&](const XmlNode& modality) {
+        if (dropSingles && parseIntOr(modality.attribute(u"nOcc"), 0) <= 1)
+            return;
+        *this << composer.compose(modality, evenLine ? styleTableEvenLine : styleTableOddLine);
+        evenLine = !evenLine;
+    });
+    *this << "\n</pre>";
+}
+
+void ReportGenerator::writeHighestUnivariateQuality() {
+    if (!isBinaryTarget)
+        return;
+    const XmlNode list = reportRoot.childNamed(u"UnivariateAUC");
+    const double highest = parseDoubleOr(list.attribute(u"highestNormalAUC"), 100.0);
+    if (!(highest > 0.00001))
+        return;
+    // The small margin keeps the highest AUC itself one pixel short of a full bar.
+    const double scale = highest + 0.0000001;
+    writeH2(QStringLiteral("Highest Univariate Quality of variables (") +
+            NumberFormat::integer(kQualityListLength) + QStringLiteral(" first only)"));
+    *this << "\n<span style=\"line-height:24px;\">";
+    // The limit counts positions among all children, the skipped negative AUCs included.
+    int32_t cursor = 0;
+    for (XmlNode variable = list.childNamed(u"Var", &cursor); !variable.isEmpty();
+         variable = list.childNamed(u"Var", &cursor)) {
+        writeQualityLine(*this, variable, scale);
+        if (cursor >= kQualityListLength)
+            break;
+    }
+    *this << "\n</span>";
+}
