@@ -1,6 +1,7 @@
 // The built program, run in a fresh directory: arguments, messages, exit codes and the files
 // that each outcome leaves behind.
 
+#include "PrintBytes.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>

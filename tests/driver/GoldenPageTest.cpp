@@ -2,6 +2,7 @@
 // tests/golden (its inputs, `args`, and `expected/` with stdout, rc, page and side). The page
 // of each run is left in <build>/golden/<case>.actual.html for diffing.
 
+#include "PrintBytes.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -103,9 +104,9 @@ TEST_P(GoldenPageTest, RunMatchesExpected) {
         for (const char* resource : {"logo.png", "orbi.min.js", "excanvas.compiled.js"})
         {
             const QByteArray copy = TestSupport::readFile(work.file(side) + u'/' + QString::fromUtf8(resource));
+            const QByteArray embedded = TestSupport::readFile(QStringLiteral(":/rscFiles/") + QString::fromUtf8(resource));
             EXPECT_FALSE(copy.isEmpty()) << resource;
-            EXPECT_EQ(copy, TestSupport::readFile(QStringLiteral(":/rscFiles/") + QString::fromUtf8(resource)))
-                << resource;
+            EXPECT_EQ(copy, embedded) << resource;
         }
     } else if (!args.isEmpty()) {
         EXPECT_FALSE(QFileInfo::exists(work.file(args.first().chopped(4) + QStringLiteral("_files"))))

@@ -2,6 +2,7 @@
 
 #include "driver/ResourceFiles.h"
 
+#include "PrintBytes.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>

@@ -92,6 +92,8 @@ struct EscapeCase {
     const char* expected;
 };
 
+void PrintTo(const EscapeCase& c, std::ostream* os) { *os << c.input; }
+
 class EscapeHtmlTest : public testing::TestWithParam<EscapeCase> {};
 
 TEST_P(EscapeHtmlTest, ReplacesTheFiveCharacters) {
@@ -134,6 +136,10 @@ struct BarCase {
     int outer;
     int filled;
 };
+
+void PrintTo(const BarCase& c, std::ostream* os) {
+    *os << c.value << " of " << c.maximum << " in " << c.width;
+}
 
 class BarTest : public testing::TestWithParam<BarCase> {};
 
@@ -186,6 +192,10 @@ struct ValueCellsCase {
     const char* number;  // empty: the two blank cells
     int filled;
 };
+
+void PrintTo(const ValueCellsCase& c, std::ostream* os) {
+    *os << QString::fromUtf16(c.element).toStdString() << " threshold " << c.threshold;
+}
 
 class ValueCellsTest : public testing::TestWithParam<ValueCellsCase> {};
 

@@ -47,6 +47,10 @@ struct JobCase {
     bool binary;
 };
 
+void PrintTo(const JobCase& c, std::ostream* os) {
+    *os << QString::fromStdU16String(c.report).toStdString();
+}
+
 class PredictionJobTest : public testing::TestWithParam<JobCase> {};
 
 TEST_P(PredictionJobTest, DecidesTargetOrFailsBeforeWriting) {
