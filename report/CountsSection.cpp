@@ -20,6 +20,9 @@ int32_t integerOf(const XmlNode& stats, const char16_t* attribute) {
 // Shares are written at least five wide, so that 5% lines up under 30%.
 QString share(double percent, int decimals) { return NumberFormat::fixed(percent, decimals, 5); }
 
+// part ÷ whole × 100, in that order.
+double percent(int32_t part, int32_t whole) { return static_cast<double>(part) / whole * 100.0; }
+
 // The page shows what 32-bit arithmetic gives; wrapping explicitly keeps an overflowing input
 // defined behaviour.
 int32_t wrapped(int64_t value) { return static_cast<int32_t>(static_cast<uint32_t>(value)); }
@@ -77,8 +80,8 @@ void writeDatasetBlock(HtmlWriter& page, const XmlNode& stats, int32_t sampled) 
             "\n    <td width=\"261\"align=\"left\">After lines exclusion/selection</td>"
             "\n    <td width=\"71\"align=\"right\">" << integerOf(stats, u"nLineSQL") << "</td>"
             "\n  </tr>";
-    writeSamplingRow(page, sampled, inTest, share(static_cast<double>(inTest) / sampled * 100.0, 2));
-    writeCreationRow(page, inCreation, share(static_cast<double>(inCreation) / sampled * 100.0, 2));
+    writeSamplingRow(page, sampled, inTest, share(percent(inTest, sampled), 2));
+    writeCreationRow(page, inCreation, share(percent(inCreation, sampled), 2));
     page << kSpacerRow << kSpacerRow;
 }
 
@@ -99,8 +102,8 @@ void writeTargetBlock(HtmlWriter& page, const XmlNode& stats, int32_t sampled) {
     writeCountRow(page, "Initial count", textOf(stats, u"nTargetCountStart"));
     writeCountRow(page, "Against dataset", textOf(stats, u"nTargetInWholeDataset"));
     writeCountRow(page, "After lines exclusion/selection", NumberFormat::integer(selected));
-    writeSamplingRow(page, targets, inTest, share(static_cast<double>(inTest) / targets * 100.0, 3));
-    writeCreationRow(page, inCreation, share(static_cast<double>(inCreation) / targets * 100.0, 3));
+    writeSamplingRow(page, targets, inTest, share(percent(inTest, targets), 3));
+    writeCreationRow(page, inCreation, share(percent(inCreation, targets), 3));
     page << kSpacerRow;
     writeAprioriRow(page, "Apriori probability of Target in selected lines",
                     selected * 100.0 / integerOf(stats, u"nLineSQL"));
@@ -123,12 +126,13 @@ void writeVariablesBlock(HtmlWriter& page, const XmlNode& stats) {
 void writeMinimumSizeRow(HtmlWriter& page, const char* label, const char* openCell,
                          int32_t size, int32_t sampled) {
     const int32_t hundredfold = wrapped(int64_t{size} * 100);
+    const QString sizeShare = share(static_cast<double>(hundredfold) / sampled, 3);
     page << "\n  <tr>"
             "\n    <td width=\"12\">&nbsp;</td>"
             "\n    <td width=\"261\" align=\"left\">" << label << "</td>"
             "\n    <td width=\"71\" align=\"right\">" << size << "</td>"
             "\n    <td width=\"17\" align=\"right\"" << openCell << " ( </td>"
-            "\n    <td width=\"78\" align=\"right\" >" << share(static_cast<double>(hundredfold) / sampled, 3) << "</td>"
+            "\n    <td width=\"78\" align=\"right\" >" << sizeShare << "</td>"
             "\n    <td width=\"78\" align=\"left\" colspan=\"2\" >&nbsp;% of universe)</td>"
             "\n  </tr>";
 }

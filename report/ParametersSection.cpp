@@ -39,8 +39,9 @@ void ReportGenerator::writeTechnicalParameters() {
 void ReportGenerator::writePrunedVariables() {
     writeH2(QStringLiteral("Variables that have been pruned"));
     *this << "<p>";
-    forEachChildNamed(reportRoot.childNamed(u"PrunedVar"), u"Var",
-                      [this](const XmlNode& variable) { *this << displayName(variable) << "<br/>"; });
+    forEachChildNamed(reportRoot.childNamed(u"PrunedVar"), u"Var", [this](const XmlNode& variable) {
+        *this << displayName(variable) << "<br/>";
+    });
     *this << "</p>";
 }
 

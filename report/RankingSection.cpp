@@ -79,7 +79,8 @@ ModalityExtremes modalityExtremes(const XmlNode& variable) {
 double largestMagnitude(const XmlNode& list, int32_t count, const char16_t* attribute) {
     double largest = -kLargest;
     for (int32_t i = 0; i < count; ++i) {
-        const double magnitude = std::fabs(parseDoubleOr(list.childAt(i).attribute(attribute), 0.0));
+        const double value = parseDoubleOr(list.childAt(i).attribute(attribute), 0.0);
+        const double magnitude = std::fabs(value);
         if (magnitude > largest)
             largest = magnitude;
     }
@@ -132,7 +133,8 @@ void ReportGenerator::writeRankingTable() {
     const int32_t count = shortList.childCount();
     const double maxImportance = largestMagnitude(shortList, count, u"importance");
     const double maxAuc = largestMagnitude(longList, count, u"auc");
-    const double maxCorrelation = largestMagnitude(shortList, count, u"linearCorrelationWithTarget");
+    const double maxCorrelation =
+        largestMagnitude(shortList, count, u"linearCorrelationWithTarget");
     const double maxWeight = largestMagnitude(shortList, count, u"weightNormalized");
     writeH2(QStringLiteral("Discriminative Variables ranking"));
     *this << kRankingHeader;
