@@ -1,5 +1,6 @@
 #include "xml/TextEncoding.h"
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 
@@ -22,6 +23,15 @@ constexpr char16_t windows1252High[32] = {
     0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
     0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
 };
+
+constexpr std::array<char16_t, 256> makeWindows1252Table() {
+    std::array<char16_t, 256> table{};
+    for (int b = 0; b < 256; ++b)
+        table[static_cast<size_t>(b)] = (b & 0xE0) == 0x80 ? windows1252High[b - 0x80] : static_cast<char16_t>(b);
+    return table;
+}
+
+constexpr std::array<char16_t, 256> windows1252 = makeWindows1252Table();
 
 constexpr char16_t replacement = 0xFFFD;
 
@@ -111,10 +121,8 @@ Detection detect(const unsigned char* bytes, size_t count) noexcept {
 std::unique_ptr<char16_t[]> windows1252ToUtf16(const unsigned char* bytes, size_t count) {
     const size_t length = lengthToZero(bytes, count);
     auto text = std::make_unique_for_overwrite<char16_t[]>(length + 1);
-    for (size_t i = 0; i < length; ++i) {
-        const unsigned char b = bytes[i];
-        text[i] = (b & 0xE0) == 0x80 ? windows1252High[b - 0x80] : static_cast<char16_t>(b);
-    }
+    for (size_t i = 0; i < length; ++i)
+        text[i] = windows1252[bytes[i]];
     text[length] = 0;
     return text;
 }

@@ -58,7 +58,8 @@ void untrim(XmlNodeData* d) {
     regrowToBlocks(d->children, d->childCount, kItemBlock);
     regrowToBlocks(d->texts, d->textCount, kItemBlock);
     regrowToBlocks(d->clears, d->clearCount, kItemBlock);
-    regrowToBlocks(d->attributes, d->attributeCount, kItemBlock);
+    if (!d->attributesPacked)
+        regrowToBlocks(d->attributes, d->attributeCount, kItemBlock);
     regrowToBlocks(d->order, d->orderCount, kOrderBlock);
     d->trimmed = false;
 }
@@ -66,6 +67,70 @@ void untrim(XmlNodeData* d) {
 void appendOrder(XmlNodeData* d, int32_t index, XmlItemKind kind) {
     growForAppend(d->order, d->orderCount, kOrderBlock);
     d->order[d->orderCount++] = (index << 2) | kind;
+}
+
+// A record made by the parser carries its name right behind it, then its attributes.
+char16_t* inlineName(XmlNodeData* d) noexcept {
+    return reinterpret_cast<char16_t*>(d + 1);
+}
+
+size_t alignedUnits(size_t units) {
+    constexpr size_t perWord = alignof(XmlAttribute) / sizeof(char16_t);
+    return (units + perWord - 1) / perWord * perWord;
+}
+
+char16_t* copyTerminated(char16_t*& out, const char16_t* text, int32_t length) {
+    char16_t* start = out;
+    std::memcpy(start, text, sizeof(char16_t) * static_cast<size_t>(length));
+    start[length] = 0;
+    out += length + 1;
+    return start;
+}
+
+XmlNodeData* allocateRecord(const char16_t* name, int32_t nameLength, const XmlAttributeSpan* attributes,
+                            int32_t count) {
+    const size_t nameUnits = name != nullptr ? alignedUnits(static_cast<size_t>(nameLength) + 1) : 0;
+    size_t stringUnits = 0;
+    for (int32_t i = 0; i < count; ++i)
+        stringUnits += static_cast<size_t>(attributes[i].nameLength) + 1 +
+                       (attributes[i].value != nullptr ? static_cast<size_t>(attributes[i].valueLength) + 1 : 0);
+    const size_t arrayBytes = sizeof(XmlAttribute) * static_cast<size_t>(count);
+    void* memory = allocateBytes(sizeof(XmlNodeData) + sizeof(char16_t) * (nameUnits + stringUnits) + arrayBytes);
+    auto* d = new (memory) XmlNodeData;
+    if (name != nullptr) {
+        char16_t* out = inlineName(d);
+        d->name = copyTerminated(out, name, nameLength);
+        d->nameInline = true;
+    }
+    if (count > 0) {
+        auto* array = reinterpret_cast<XmlAttribute*>(inlineName(d) + nameUnits);
+        auto* out = reinterpret_cast<char16_t*>(array + count);
+        for (int32_t i = 0; i < count; ++i) {
+            const XmlAttributeSpan& a = attributes[i];
+            array[i].name = copyTerminated(out, a.name, a.nameLength);
+            array[i].value = a.value != nullptr ? copyTerminated(out, a.value, a.valueLength) : nullptr;
+        }
+        d->attributes = array;
+        d->attributeCount = count;
+        d->attributesPacked = true;
+    }
+    return d;
+}
+
+// Gives every attribute string its own allocation, so that the array can grow.
+void unpackAttributes(XmlNodeData* d) {
+    if (!d->attributesPacked)
+        return;
+    const XmlAttribute* packed = d->attributes;
+    auto* array = static_cast<XmlAttribute*>(
+        allocateBytes(sizeof(XmlAttribute) * static_cast<size_t>(blockCapacity(d->attributeCount, kItemBlock))));
+    for (int32_t i = 0; i < d->attributeCount; ++i) {
+        const XmlAttribute& a = packed[i];
+        array[i].name = xmlCopyString(a.name, xmlStringLength(a.name));
+        array[i].value = a.value != nullptr ? xmlCopyString(a.value, xmlStringLength(a.value)) : nullptr;
+    }
+    d->attributes = array;
+    d->attributesPacked = false;
 }
 
 void freeOwnedContents(XmlNodeData* d) noexcept {
@@ -76,13 +141,16 @@ void freeOwnedContents(XmlNodeData* d) noexcept {
     for (int32_t i = 0; i < d->clearCount; ++i)
         std::free(d->clears[i].value);
     std::free(d->clears);
-    for (int32_t i = 0; i < d->attributeCount; ++i) {
-        std::free(d->attributes[i].name);
-        std::free(d->attributes[i].value);
+    if (!d->attributesPacked) {
+        for (int32_t i = 0; i < d->attributeCount; ++i) {
+            std::free(d->attributes[i].name);
+            std::free(d->attributes[i].value);
+        }
+        std::free(d->attributes);
     }
-    std::free(d->attributes);
     std::free(d->order);
-    std::free(d->name);
+    if (!d->nameInline)
+        std::free(d->name);
 }
 
 // Destroys a record whose count reached 0, and every descendant that only its parent held.
@@ -103,7 +171,8 @@ void destroyRecord(XmlNodeData* root) noexcept {
             }
         }
         freeOwnedContents(d);
-        delete d;
+        d->~XmlNodeData();
+        std::free(d);
     }
 }
 
@@ -341,7 +410,7 @@ int32_t XmlNode::orderAt(int32_t index) const noexcept {
 // ---- building operations ----
 
 XmlNode XmlNode::createNode(char16_t* nodeName, XmlNodeData* parentData, bool declaration) {
-    auto* d = new XmlNodeData;
+    XmlNodeData* d = allocateRecord(nullptr, 0, nullptr, 0);
     d->name = nodeName;
     d->parent = parentData;
     d->isDeclaration = declaration;
@@ -353,14 +422,30 @@ XmlNode XmlNode::addChild(char16_t* childName, bool declaration) {
         std::free(childName);
         return emptyNode();
     }
-    untrim(data_);
     XmlNode child = createNode(childName, data_, declaration);
+    appendChild(child.data_);
+    return child;
+}
+
+XmlNode XmlNode::addChildCopy(const char16_t* childName, int32_t length, bool declaration,
+                              const XmlAttributeSpan* attributes, int32_t count) {
+    if (data_ == nullptr || childName == nullptr)
+        return emptyNode();
+    XmlNodeData* d = allocateRecord(childName, length, attributes, count);
+    d->parent = data_;
+    d->isDeclaration = declaration;
+    XmlNode child(d);
+    appendChild(d);
+    return child;
+}
+
+void XmlNode::appendChild(XmlNodeData* child) {
+    untrim(data_);
     growForAppend(data_->children, data_->childCount, kItemBlock);
     // The children entry is a holder of its own, beside the handle returned.
-    ++child.data_->refCount;
-    data_->children[data_->childCount] = child.data_;
+    ++child->refCount;
+    data_->children[data_->childCount] = child;
     appendOrder(data_, data_->childCount++, XmlChildItem);
-    return child;
 }
 
 void XmlNode::addAttribute(char16_t* attributeName, char16_t* value) {
@@ -369,6 +454,7 @@ void XmlNode::addAttribute(char16_t* attributeName, char16_t* value) {
         std::free(value);
         return;
     }
+    unpackAttributes(data_);
     untrim(data_);
     growForAppend(data_->attributes, data_->attributeCount, kItemBlock);
     data_->attributes[data_->attributeCount++] = XmlAttribute{attributeName, value};
@@ -440,7 +526,8 @@ void XmlNode::trim() {
     shrinkToCount(d->children, d->childCount);
     shrinkToCount(d->texts, d->textCount);
     shrinkToCount(d->clears, d->clearCount);
-    shrinkToCount(d->attributes, d->attributeCount);
+    if (!d->attributesPacked)
+        shrinkToCount(d->attributes, d->attributeCount);
     shrinkToCount(d->order, d->orderCount);
     d->trimmed = true;
 }

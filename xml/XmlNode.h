@@ -43,6 +43,14 @@ struct XmlAttribute {
     char16_t* value;  // owned; null for an attribute written without "=" and a value
 };
 
+// An attribute still in the parser's hands: spans of text that setAttributes copies.
+struct XmlAttributeSpan {
+    const char16_t* name;
+    int32_t nameLength;
+    const char16_t* value;  // null for a valueless attribute
+    int32_t valueLength;
+};
+
 // A raw section (CDATA, comment, DOCTYPE, PRE). The tags point into the scanner's marker table.
 struct XmlClearSection {
     char16_t* value;           // owned, never empty
@@ -59,6 +67,8 @@ struct XmlNodeData {
     int32_t attributeCount = 0;
     bool isDeclaration = false;
     bool trimmed = false;           // arrays hold exactly their counts: the next append regrows them
+    bool nameInline = false;        // the name lives in the record's allocation
+    bool attributesPacked = false;  // so do the attributes and their strings
     XmlNodeData* parent = nullptr;  // not owning
     XmlNodeData** children = nullptr;
     char16_t** texts = nullptr;
@@ -136,6 +146,10 @@ public:
     // Building operations: used only by the parser while it grows a tree.
     static XmlNode createNode(char16_t* name, XmlNodeData* parent, bool isDeclaration);
     XmlNode addChild(char16_t* name, bool isDeclaration);
+    // addChild with copies of length units of name and of count attributes, all kept in the
+    // child's own record: one allocation per element.
+    XmlNode addChildCopy(const char16_t* name, int32_t length, bool isDeclaration,
+                         const XmlAttributeSpan* attributes = nullptr, int32_t count = 0);
     void addAttribute(char16_t* name, char16_t* value);
     void addText(char16_t* text);
     // Appends text (owned, freed here) to the end of text segment number index.
@@ -150,6 +164,7 @@ public:
 private:
     explicit XmlNode(XmlNodeData* data) noexcept;  // takes one new reference
     void release() noexcept;
+    void appendChild(XmlNodeData* child);
 
     XmlNodeData* data_ = nullptr;
 };

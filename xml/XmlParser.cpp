@@ -29,16 +29,64 @@ bool endTagMatches(const char16_t* name, const char16_t* endTag) {
 }
 
 
-void addValuelessAttribute(XmlNode& node, const XmlToken& name, int32_t length) {
-    node.addAttribute(xmlCopyString(name.start, length), nullptr);
+void addValuelessAttribute(XmlParseContext& context, const XmlToken& name, int32_t length) {
+    context.pendingAttributes.push_back({name.start, length, nullptr, 0, -1});
 }
 
+bool addValuedAttribute(XmlParseContext& context, const XmlToken& name, const XmlToken& token, bool isDeclaration) {
+    const char16_t* value = token.start;
+    int32_t length = token.length;
+    if (isDeclaration && value[length - 1] == u'?')
+        --length;
+    if (token.kind == XmlTokenKind::QuotedText) {
+        ++value;
+        length -= 2;
+    }
+    if (!token.hasReference) {
+        context.pendingAttributes.push_back({name.start, name.length, value, length, -1});
+        return true;
+    }
+    const auto offset = static_cast<int32_t>(context.decodedValues.size());
+    if (!XmlScanner::decodeEntitiesInto(value, length, context.decodedValues, context))
+        return false;
+    const auto decodedLength = static_cast<int32_t>(context.decodedValues.size()) - offset;
+    context.pendingAttributes.push_back({name.start, name.length, nullptr, decodedLength, offset});
+    return true;
+}
 
 }  // namespace
 
-// The start tag after the element's name: attributes up to ">" or "/>".
-XmlParser::TagOutcome XmlParser::parseStartTag(XmlNode& node, XmlParseContext& context) {
-    XmlNodeData* data = node.data();
+// A start tag: its name, then its attributes up to ">" or "/>". The child is made once the tag
+// is read, so that its record, name and attributes take a single allocation.
+XmlParser::TagOutcome XmlParser::parseStartTag(XmlNode& node, XmlNode& child, XmlParseContext& context,
+                                               bool isDeclaration) {
+    const XmlToken name = XmlScanner::nextToken(context);
+    if (name.kind != XmlTokenKind::Text) {
+        context.error = XmlError::MissingTagName;
+        return TagOutcome::Stop;
+    }
+    if (context.depth >= maxDepth) {
+        context.error = XmlError::NestingTooDeep;
+        return TagOutcome::Stop;
+    }
+    // Even a tag that fails makes its element: the document then holds one, which decides
+    // between the tag's error and NoElements.
+    const TagOutcome outcome = readAttributes(node, context, isDeclaration);
+    context.attributeSpans.clear();
+    for (const XmlParseContext::PendingAttribute& a : context.pendingAttributes) {
+        const char16_t* value = a.decodedOffset >= 0 ? context.decodedValues.data() + a.decodedOffset : a.value;
+        context.attributeSpans.push_back({a.name, a.nameLength, value, a.valueLength});
+    }
+    child = node.addChildCopy(name.start, name.length, isDeclaration, context.attributeSpans.data(),
+                              static_cast<int32_t>(context.attributeSpans.size()));
+    if (outcome == TagOutcome::Closed)
+        child.trim();
+    context.pendingAttributes.clear();
+    context.decodedValues.clear();
+    return outcome;
+}
+
+XmlParser::TagOutcome XmlParser::readAttributes(const XmlNode& parent, XmlParseContext& context, bool isDeclaration) {
     int state = 0;
     XmlToken pending;
     for (;;) {
@@ -49,19 +97,15 @@ XmlParser::TagOutcome XmlParser::parseStartTag(XmlNode& node, XmlParseContext& c
             if (token.kind == XmlTokenKind::Text) {
                 pending = token;
                 state = 1;
-            } else if (token.kind == XmlTokenKind::TagEnd) {
+            } else if (token.kind == XmlTokenKind::TagEnd || token.kind == XmlTokenKind::EmptyTagEnd) {
                 context.textStart = context.cursor;
-                return TagOutcome::Content;
-            } else if (token.kind == XmlTokenKind::EmptyTagEnd) {
-                node.trim();
-                context.textStart = context.cursor;
-                return TagOutcome::Closed;
+                return token.kind == XmlTokenKind::TagEnd ? TagOutcome::Content : TagOutcome::Closed;
             } else {
                 break;
             }
         } else if (state == 1) {
             if (token.kind == XmlTokenKind::Text) {
-                addValuelessAttribute(node, pending, pending.length);
+                addValuelessAttribute(context, pending, pending.length);
                 pending = token;
             } else if (token.kind == XmlTokenKind::Equals) {
                 state = 2;
@@ -71,35 +115,22 @@ XmlParser::TagOutcome XmlParser::parseStartTag(XmlNode& node, XmlParseContext& c
                 int32_t length = pending.length;
                 // "?>" ends a nested declaration; a top-level one goes on to hold the rest of
                 // the document, which is how the root element ends up inside "xml".
-                if (data->isDeclaration && pending.start[length - 1] == u'?') {
+                if (isDeclaration && pending.start[length - 1] == u'?') {
                     --length;
-                    if (data->parent != nullptr && data->parent->parent != nullptr)
+                    if (parent.data()->parent != nullptr)
                         closed = true;
                 }
                 if (length > 0)
-                    addValuelessAttribute(node, pending, length);
-                if (!closed)
-                    return TagOutcome::Content;
-                node.trim();
-                return TagOutcome::Closed;
+                    addValuelessAttribute(context, pending, length);
+                return closed ? TagOutcome::Closed : TagOutcome::Content;
             } else {
                 break;
             }
         } else {
             if (token.kind != XmlTokenKind::Text && token.kind != XmlTokenKind::QuotedText)
                 break;
-            const char16_t* value = token.start;
-            int32_t length = token.length;
-            if (data->isDeclaration && value[length - 1] == u'?')
-                --length;
-            if (token.kind == XmlTokenKind::QuotedText) {
-                ++value;
-                length -= 2;
-            }
-            char16_t* decoded = XmlScanner::decodeEntities(value, length, context);
-            if (decoded == nullptr)
+            if (!addValuedAttribute(context, pending, token, isDeclaration))
                 return TagOutcome::Stop;
-            node.addAttribute(xmlCopyString(pending.start, pending.length), decoded);
             state = 0;
         }
     }
@@ -116,10 +147,8 @@ bool XmlParser::parseContent(XmlNode& node, XmlParseContext& context) {
             return false;
         if (step == ContentStep::Closed)
             return true;
-        XmlNode child = openChild(node, context, step == ContentStep::DeclarationStart);
-        if (child.isEmpty())
-            return false;
-        const TagOutcome outcome = parseStartTag(child, context);
+        XmlNode child;
+        const TagOutcome outcome = parseStartTag(node, child, context, step == ContentStep::DeclarationStart);
         if (outcome == TagOutcome::Stop)
             return false;
         if (outcome == TagOutcome::EndOfInput)
@@ -163,19 +192,6 @@ XmlParser::ContentStep XmlParser::readContent(XmlNode& node, XmlParseContext& co
             break;
         }
     }
-}
-
-XmlNode XmlParser::openChild(XmlNode& node, XmlParseContext& context, bool isDeclaration) {
-    const XmlToken name = XmlScanner::nextToken(context);
-    if (name.kind != XmlTokenKind::Text) {
-        context.error = XmlError::MissingTagName;
-        return XmlNode::emptyNode();
-    }
-    if (context.depth >= maxDepth) {
-        context.error = XmlError::NestingTooDeep;
-        return XmlNode::emptyNode();
-    }
-    return node.addChild(xmlCopyString(name.start, name.length), isDeclaration);
 }
 
 bool XmlParser::closeByPendingEndTag(XmlNode& node, XmlParseContext& context) {

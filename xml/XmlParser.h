@@ -24,8 +24,9 @@ private:
     // Each bool answers true to go on with the enclosing element, false to stop every level.
     static bool parseContent(XmlNode& node, XmlParseContext& context);
     [[gnu::noinline]] static ContentStep readContent(XmlNode& node, XmlParseContext& context);
-    [[gnu::noinline]] static TagOutcome parseStartTag(XmlNode& node, XmlParseContext& context);
-    [[gnu::noinline]] static XmlNode openChild(XmlNode& node, XmlParseContext& context, bool isDeclaration);
+    [[gnu::noinline]] static TagOutcome parseStartTag(XmlNode& node, XmlNode& child, XmlParseContext& context,
+                                                      bool isDeclaration);
+    static TagOutcome readAttributes(const XmlNode& parent, XmlParseContext& context, bool isDeclaration);
     [[gnu::noinline]] static bool closeByPendingEndTag(XmlNode& node, XmlParseContext& context);
     static bool parseEndTag(XmlNode& node, XmlParseContext& context);
     static bool endOfInput(XmlNode& node, XmlParseContext& context);

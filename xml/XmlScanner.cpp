@@ -15,40 +15,6 @@ const char16_t XmlScanner::docTypeSubsetClose[3] = u"]>";
 
 namespace {
 
-// Character classes of the units below 128; every other unit is part of a word.
-enum CharClass : uint8_t {
-    Word,
-    Space,
-    End,
-    Quote,
-    Slash,
-    Less,
-    Equals,
-    Greater,
-};
-
-constexpr std::array<uint8_t, 128> makeClassTable() {
-    std::array<uint8_t, 128> table{};
-    table[0] = End;
-    table[' '] = Space;
-    table['\t'] = Space;
-    table['\n'] = Space;
-    table['\r'] = Space;
-    table['"'] = Quote;
-    table['\''] = Quote;
-    table['/'] = Slash;
-    table['<'] = Less;
-    table['='] = Equals;
-    table['>'] = Greater;
-    return table;
-}
-
-constexpr std::array<uint8_t, 128> charClasses = makeClassTable();
-
-inline CharClass classOf(char16_t c) {
-    return c < 128 ? static_cast<CharClass>(charClasses[c]) : Word;
-}
-
 struct EntityRow {
     const char16_t* text;  // lower case: references match without regard to case
     int32_t length;
@@ -62,23 +28,6 @@ constexpr EntityRow entities[] = {
     {u"&quot;", 6, u'"'},
     {u"&apos;", 6, u'\''},
 };
-
-XmlToken makeToken(XmlTokenKind kind, const char16_t* start, const char16_t* end) {
-    return XmlToken{kind, start, static_cast<int32_t>(end - start), nullptr};
-}
-
-// A word ends before the zero, "<", ">", "=", a "/" that starts "/>", or white space, which it
-// consumes.
-XmlToken scanWord(XmlParseContext& context, const char16_t* start, const char16_t* p) {
-    for (;; ++p) {
-        const CharClass c = classOf(*p);
-        if (c == Word || c == Quote || (c == Slash && p[1] != u'>'))
-            continue;
-        break;
-    }
-    context.cursor = classOf(*p) == Space ? p + 1 : p;
-    return makeToken(XmlTokenKind::Text, start, p);
-}
 
 bool matchesMarker(const char16_t* p, const char16_t* marker, int32_t length) {
     // The input's terminating zero differs from every marker unit, so this never reads past it.
@@ -177,58 +126,21 @@ const char16_t* decodeCharacterReference(const char16_t* p, char16_t* out) {
 
 }  // namespace
 
-XmlToken XmlScanner::nextToken(XmlParseContext& context) noexcept {
-    const char16_t* p = context.cursor;
-    while (classOf(*p) == Space)
-        ++p;
-    const char16_t* start = p;
-    switch (classOf(*p)) {
-    case End:
-        context.cursor = p;
-        return XmlToken{};
-    case Quote: {
-        const char16_t quote = *p;
-        const char16_t* q = p + 1;
-        while (*q != quote && *q != 0 && *q != u'<')
-            ++q;
-        if (*q == quote) {
-            context.cursor = q + 1;
-            return makeToken(XmlTokenKind::QuotedText, start, q + 1);
+XmlToken XmlScanner::scanMarkup(XmlParseContext& context, const char16_t* p) noexcept {
+    for (const XmlClearTag& tag : clearTags) {
+        if (matchesMarker(p, tag.openTag, tag.openLength)) {
+            context.cursor = p + tag.openLength;
+            XmlToken token = makeToken(XmlTokenKind::ClearStart, p, context.cursor);
+            token.clearTag = &tag;
+            return token;
         }
-        // An unclosed quote is an ordinary unit of a word, and never hides a "<".
-        return scanWord(context, start, p + 1);
     }
-    case Slash:
-        if (p[1] == u'>') {
-            context.cursor = p + 2;
-            return makeToken(XmlTokenKind::EmptyTagEnd, start, p + 2);
-        }
-        return scanWord(context, start, p + 1);
-    case Less:
-        for (const XmlClearTag& tag : clearTags) {
-            if (matchesMarker(p, tag.openTag, tag.openLength)) {
-                context.cursor = p + tag.openLength;
-                XmlToken token = makeToken(XmlTokenKind::ClearStart, start, context.cursor);
-                token.clearTag = &tag;
-                return token;
-            }
-        }
-        if (p[1] == u'/' || p[1] == u'?') {
-            context.cursor = p + 2;
-            return makeToken(p[1] == u'/' ? XmlTokenKind::EndTagStart : XmlTokenKind::DeclarationStart,
-                             start, p + 2);
-        }
-        context.cursor = p + 1;
-        return makeToken(XmlTokenKind::TagStart, start, p + 1);
-    case Equals:
-        context.cursor = p + 1;
-        return makeToken(XmlTokenKind::Equals, start, p + 1);
-    case Greater:
-        context.cursor = p + 1;
-        return makeToken(XmlTokenKind::TagEnd, start, p + 1);
-    default:
-        return scanWord(context, start, p + 1);
+    if (p[1] == u'/' || p[1] == u'?') {
+        context.cursor = p + 2;
+        return makeToken(p[1] == u'/' ? XmlTokenKind::EndTagStart : XmlTokenKind::DeclarationStart, p, p + 2);
     }
+    context.cursor = p + 1;
+    return makeToken(XmlTokenKind::TagStart, p, p + 1);
 }
 
 void XmlScanner::skipCharacterData(XmlParseContext& context) noexcept {
@@ -268,39 +180,66 @@ bool XmlScanner::scanClearSection(XmlNode& node, XmlParseContext& context, const
     return true;
 }
 
-char16_t* XmlScanner::decodeEntities(const char16_t* span, int32_t length, XmlParseContext& context) {
-    const char16_t* end = span + length;
-    const char16_t* p = span;
+namespace {
+
+const char16_t* findReference(const char16_t* p, const char16_t* end) {
     while (p != end && *p != u'&' && *p != 0)
         ++p;
-    if (p == end || *p == 0)
-        return xmlCopyString(span, static_cast<int32_t>(p - span));
+    return p;
+}
 
-    const int64_t count = countDecoded(p, end);
-    if (count < 0) {
-        context.error = XmlError::BadEntity;
-        return nullptr;
-    }
-    const auto prefix = static_cast<int32_t>(p - span);
-    char16_t* output = xmlAllocateString(prefix + static_cast<int32_t>(count));
-    std::copy(span, p, output);
-    char16_t* out = output + prefix;
+// Writes the decoded units of [p, end) to out; the span passed the counting pass. Null when a
+// character reference holds a unit that is no digit, else the end of what was written.
+char16_t* decodeReferences(const char16_t* p, const char16_t* end, char16_t* out) {
     while (p != end && *p != 0) {
         if (*p != u'&') {
             *out++ = *p++;
         } else if (isCharacterReference(p, end)) {
             p = decodeCharacterReference(p, out++);
-            if (p == nullptr) {
-                xmlFreeString(output);
-                context.error = XmlError::BadEntity;
+            if (p == nullptr)
                 return nullptr;
-            }
         } else {
             const EntityRow* row = findEntity(p, end);
             *out++ = row->unit;
             p += row->length;
         }
     }
-    *out = 0;
-    return output;
+    return out;
+}
+
+}  // namespace
+
+char16_t* XmlScanner::decodeEntities(const char16_t* span, int32_t length, XmlParseContext& context) {
+    const char16_t* end = span + length;
+    const char16_t* p = findReference(span, end);
+    if (p == end || *p == 0)
+        return xmlCopyString(span, static_cast<int32_t>(p - span));
+    const int64_t count = countDecoded(p, end);
+    const auto prefix = static_cast<int32_t>(p - span);
+    char16_t* output = count < 0 ? nullptr : xmlAllocateString(prefix + static_cast<int32_t>(count));
+    if (output != nullptr) {
+        std::copy(span, p, output);
+        if (decodeReferences(p, end, output + prefix) != nullptr)
+            return output;
+        xmlFreeString(output);
+    }
+    context.error = XmlError::BadEntity;
+    return nullptr;
+}
+
+bool XmlScanner::decodeEntitiesInto(const char16_t* span, int32_t length, std::vector<char16_t>& output,
+                                    XmlParseContext& context) {
+    const char16_t* end = span + length;
+    const char16_t* p = findReference(span, end);
+    const int64_t count = p == end || *p == 0 ? 0 : countDecoded(p, end);
+    if (count >= 0) {
+        const size_t start = output.size();
+        output.resize(start + static_cast<size_t>(p - span) + static_cast<size_t>(count));
+        char16_t* out = std::copy(span, p, output.data() + start);
+        if (count == 0 || decodeReferences(p, end, out) != nullptr)
+            return true;
+        output.resize(start);
+    }
+    context.error = XmlError::BadEntity;
+    return false;
 }

@@ -4,7 +4,13 @@
 
 #include "xml/XmlNode.h"
 
+#include <ostream>
 #include <string>
+
+// Error codes print as their numbers in test failures.
+inline void PrintTo(XmlError error, std::ostream* out) {
+    *out << "XmlError(" << static_cast<int32_t>(error) << ")";
+}
 
 namespace XmlTest {
 
