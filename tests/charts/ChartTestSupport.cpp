@@ -54,21 +54,23 @@ QString render(const XmlNode& chartRoot, const std::function<void(ReportGenerato
 }
 
 QString renderLift(const XmlNode& chartRoot, const QString& kind) {
-    const QString title = kind == u"delivered" ? QStringLiteral("Final Model")
-                                               : QStringLiteral("Pruned Model on Test Set");
-    return render(chartRoot, [&](ReportGenerator& g) { g.writeLiftChart(chartRoot, kind, title); });
+    return render(chartRoot, [&](ReportGenerator& g) { g.writeLiftChart(chartRoot, kind, kind); });
 }
 
 QString renderPrediction(const XmlNode& curves, const QString& kind) {
-    const QString title = kind == u"delivered" ? QStringLiteral("Final Model")
-                                               : QStringLiteral("Pruned Model on Test Set");
-    return render(XmlNode(),
-                  [&](ReportGenerator& g) { g.writePredictionChart(curves, kind, title); });
+    return render(XmlNode(), [&](ReportGenerator& g) { g.writePredictionChart(curves, kind, kind); });
 }
 
 QString renderModality(const XmlNode& variable, bool binaryTarget) {
-    return render(XmlNode(),
-                  [&](ReportGenerator& g) { g.writeModalityChart(variable, binaryTarget); });
+    return render(XmlNode(), [&](ReportGenerator& g) { g.writeModalityChart(variable, binaryTarget); });
+}
+
+QString between(const QString& text, const QString& from, const QString& to) {
+    const qsizetype start = text.indexOf(from);
+    if (start < 0)
+        return QStringLiteral("<no %1>").arg(from);
+    const qsizetype begin = start + from.size();
+    return text.mid(begin, text.indexOf(to, begin) - begin);
 }
 
 std::vector<double> pointXs(const std::string& pointList) {

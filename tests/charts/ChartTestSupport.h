@@ -2,13 +2,17 @@
 // Builders of chart documents and renderers of chart scripts for the chart tests.
 
 #include "report/ReportGenerator.h"
-#include "xml/XmlNode.h"
 
 #include <QString>
 #include <QStringList>
 
 #include <functional>
+#include <ostream>
+#include <string>
 #include <vector>
+
+// Lets test failures show QString values as text.
+inline void PrintTo(const QString& text, std::ostream* out) { *out << '"' << text.toStdString() << '"'; }
 
 namespace ChartTest {
 
@@ -18,24 +22,24 @@ QString base64Doubles(const std::vector<double>& values, int extraBytes = 0);
 QString curve(const QString& name, const std::vector<double>& x, const std::vector<double>& y);
 // 0, 1, ..., count - 1.
 std::vector<double> indices(int count);
+// The x values of a point list written in fine mode.
+std::vector<double> pointXs(const std::string& pointList);
 
-// Parses document text whose root element is rootTag; fails the test on a parse error.
+// Parses a document whose root element is rootTag; fails the test on a parse error.
 XmlNode parse(const QString& text, const char16_t* rootTag = u"ORB_Charts");
 
-// What the writer calls produce, the generator having the given chart root.
+// What the writer calls produce, the generator holding the given chart root.
 QString render(const XmlNode& chartRoot, const std::function<void(ReportGenerator&)>& write);
 QString renderLift(const XmlNode& chartRoot, const QString& kind);
 QString renderPrediction(const XmlNode& curves, const QString& kind);
 QString renderModality(const XmlNode& variable, bool binaryTarget);
-
-// The x values of a point list written in fine mode, in order.
-std::vector<double> pointXs(const std::string& pointList);
+// The text after the first `from` up to the next `to`.
+QString between(const QString& text, const QString& from, const QString& to);
 
 // The text between "<script ...>" and the next "</script", for every script element.
 QStringList inlineScripts(const QString& page);
-// Node's complaints about the scripts, one line per script that does not parse or fails when
-// run against stand-ins of the page's libraries; empty when all pass. Sets skipped when Node
-// cannot be run.
+// One line per script that does not compile, or fails when run against stand-ins of the
+// page's libraries; empty when all pass. Sets skipped when Node cannot be run.
 QString scriptErrors(const QStringList& scripts, bool* skipped);
 
 }  // namespace ChartTest

@@ -36,7 +36,7 @@ QString hostileCharts() {
                        "RSquared=\"%1\" nVar=\"%1\"")
             .arg(hostile);
     const QString ranges =
-        QStringLiteral("<ranges xmin=\"-inf\" xmax=\"nan\" ymin=\"%1\" ymax=\"1);alert(1\"/>").arg(hostile);
+        QStringLiteral("<ranges xmin=\"-1e308\" xmax=\"1e308\" ymin=\"%1\" ymax=\"1);alert(1\"/>").arg(hostile);
     return QStringLiteral("<ORB_Charts><prunedFull %1>%2</prunedFull>"
                           "<prunedTest %1>%3%2</prunedTest>"
                           "<prunedCreation><ROC><x>QUJD*</x><y>QQ==</y></ROC></prunedCreation>"
