@@ -1,8 +1,11 @@
 #include "xml/TextEncoding.h"
 
-#include <array>
 #include <cstdint>
 #include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace TextEncoding {
 
@@ -15,23 +18,6 @@ bool startsWith(const unsigned char* bytes, size_t count, const unsigned char* m
 constexpr unsigned char littleEndianMark[] = {0xFF, 0xFE};
 constexpr unsigned char bigEndianMark[] = {0xFE, 0xFF};
 constexpr unsigned char utf8Mark[] = {0xEF, 0xBB, 0xBF};
-
-// Windows-1252 bytes 80 to 9F; the rest of the code page equals Latin-1.
-constexpr char16_t windows1252High[32] = {
-    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
-    0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
-    0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
-    0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
-};
-
-constexpr std::array<char16_t, 256> makeWindows1252Table() {
-    std::array<char16_t, 256> table{};
-    for (int b = 0; b < 256; ++b)
-        table[static_cast<size_t>(b)] = (b & 0xE0) == 0x80 ? windows1252High[b - 0x80] : static_cast<char16_t>(b);
-    return table;
-}
-
-constexpr std::array<char16_t, 256> windows1252 = makeWindows1252Table();
 
 constexpr char16_t replacement = 0xFFFD;
 
@@ -118,22 +104,41 @@ Detection detect(const unsigned char* bytes, size_t count) noexcept {
     return {Encoding::Windows1252, 0};
 }
 
+void windows1252ToUnits(const unsigned char* bytes, size_t count, char16_t* out) noexcept {
+    size_t i = 0;
+#if defined(__SSE2__)
+    // Blocks of ASCII, the usual content, only need their bytes widened.
+    const __m128i zero = _mm_setzero_si128();
+    for (; i + 16 <= count; i += 16) {
+        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + i));
+        if (_mm_movemask_epi8(block) != 0) {
+            for (size_t k = i; k < i + 16; ++k)
+                out[k] = windows1252Unit(bytes[k]);
+            continue;
+        }
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm_unpacklo_epi8(block, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i + 8), _mm_unpackhi_epi8(block, zero));
+    }
+#endif
+    for (; i < count; ++i)
+        out[i] = windows1252Unit(bytes[i]);
+}
+
 std::unique_ptr<char16_t[]> windows1252ToUtf16(const unsigned char* bytes, size_t count) {
     const size_t length = lengthToZero(bytes, count);
     auto text = std::make_unique_for_overwrite<char16_t[]>(length + 1);
-    for (size_t i = 0; i < length; ++i)
-        text[i] = windows1252[bytes[i]];
+    windows1252ToUnits(bytes, length, text.get());
     text[length] = 0;
     return text;
 }
 
-std::unique_ptr<char16_t[]> utf8ToUtf16(const unsigned char* bytes, size_t count) {
-    const size_t length = lengthToZero(bytes, count);
+std::unique_ptr<char16_t[]> utf8ToUtf16(const unsigned char* bytes, size_t count, size_t* length) {
+    const size_t byteLength = lengthToZero(bytes, count);
     // A sequence of n bytes never needs more than n units.
-    auto text = std::make_unique_for_overwrite<char16_t[]>(length + 1);
+    auto text = std::make_unique_for_overwrite<char16_t[]>(byteLength + 1);
     char16_t* out = text.get();
     const unsigned char* p = bytes;
-    const unsigned char* end = bytes + length;
+    const unsigned char* end = bytes + byteLength;
     while (p != end) {
         if (*p < 0x80)
             *out++ = *p++;
@@ -141,6 +146,8 @@ std::unique_ptr<char16_t[]> utf8ToUtf16(const unsigned char* bytes, size_t count
             p = decodeSequence(p, end, out);
     }
     *out = 0;
+    if (length != nullptr)
+        *length = static_cast<size_t>(out - text.get());
     return text;
 }
 

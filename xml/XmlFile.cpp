@@ -1,6 +1,7 @@
 #include "xml/XmlFile.h"
 
 #include "xml/TextEncoding.h"
+#include "xml/XmlParser.h"
 
 #include <bit>
 #include <cstring>
@@ -72,31 +73,33 @@ XmlError XmlFile::readFile(const char* path, RawBytes& raw) {
     return error;
 }
 
-XmlError XmlFile::decodeText(RawBytes& raw, std::unique_ptr<char16_t[]>& owned, const char16_t*& text) {
+XmlNode XmlFile::parseBytes(RawBytes& raw, const char16_t* requiredTag, XmlParseResult* result) {
     const TextEncoding::Detection detection = TextEncoding::detect(raw.bytes(), raw.byteCount);
-    const unsigned char* afterMark = raw.bytes() + detection.markLength;
-    const size_t remaining = raw.byteCount - detection.markLength;
     switch (detection.encoding) {
     case TextEncoding::Encoding::Utf16LittleEndian:
     case TextEncoding::Encoding::Utf16BigEndian: {
+        const size_t units = (raw.byteCount + 1) / 2;
         const bool swap = (detection.encoding == TextEncoding::Encoding::Utf16BigEndian) !=
                           (std::endian::native == std::endian::big);
         if (swap)
-            TextEncoding::swapByteOrder(raw.storage.get(), (raw.byteCount + 1) / 2);
-        owned = std::move(raw.storage);
-        text = owned.get() + detection.markLength / 2;
-        return XmlError::None;
+            TextEncoding::swapByteOrder(raw.storage.get(), units);
+        const size_t skipped = detection.markLength / 2;
+        return XmlParser::parse(raw.storage.get() + skipped, static_cast<int64_t>(units - skipped), requiredTag,
+                                result);
     }
-    case TextEncoding::Encoding::Utf8:
-        owned = TextEncoding::utf8ToUtf16(afterMark, remaining);
-        break;
+    case TextEncoding::Encoding::Utf8: {
+        size_t length = 0;
+        const std::unique_ptr<char16_t[]> text =
+            TextEncoding::utf8ToUtf16(raw.bytes() + detection.markLength, raw.byteCount - detection.markLength, &length);
+        raw.storage.reset();
+        return XmlParser::parse(text.get(), static_cast<int64_t>(length), requiredTag, result);
+    }
     case TextEncoding::Encoding::Windows1252:
-        owned = TextEncoding::windows1252ToUtf16(afterMark, remaining);
         break;
     }
-    raw.storage.reset();
-    text = owned.get();
-    return text != nullptr ? XmlError::None : XmlError::TextConversionFailed;
+    // Windows-1252 maps each byte to one unit, so the bytes are parsed as they are and widened
+    // only where the tree copies them: no conversion pass and no second buffer.
+    return XmlParser::parse(raw.bytes(), static_cast<int64_t>(raw.byteCount), requiredTag, result);
 }
 
 XmlNode XmlFile::load(const char* path, const char16_t* requiredTag, XmlParseResult* result) {
@@ -105,18 +108,14 @@ XmlNode XmlFile::load(const char* path, const char16_t* requiredTag, XmlParseRes
         result->column = 0;
     }
     RawBytes raw;
-    std::unique_ptr<char16_t[]> owned;
-    const char16_t* text = nullptr;
-    XmlError error = readFile(path, raw);
-    if (error == XmlError::None)
-        error = decodeText(raw, owned, text);
+    const XmlError error = readFile(path, raw);
     if (error != XmlError::None) {
         if (result != nullptr)
             result->error = error;
         return XmlNode::emptyNode();
     }
-    // The tree copies every string it keeps, so the text goes as soon as the parse returns.
-    return XmlNode::parseString(text, requiredTag, result);
+    // The tree copies every string it keeps, so the bytes go as soon as the parse returns.
+    return parseBytes(raw, requiredTag, result);
 }
 
 XmlNode XmlNode::parseFile(const char* path, const char16_t* requiredTag, XmlParseResult* result) {

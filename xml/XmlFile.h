@@ -1,6 +1,6 @@
 #pragma once
-// Loading a document from disk: a chain of short steps (size, read, decode, parse), each of
-// which answers an XmlError.
+// Loading a document from disk: a chain of short steps (open, size, read, detect the encoding,
+// convert, parse), each of which answers an XmlError.
 
 #include "xml/XmlNode.h"
 
@@ -30,9 +30,9 @@ public:
     // The whole file at path. CannotOpenFile for a missing file or a directory, EmptyFile for
     // length 0, FileTooLarge from 2 GB on.
     static XmlError readFile(const char* path, RawBytes& raw);
-    // Zero-terminated UTF-16 text of the bytes, by their byte-order mark or the UTF-16 test.
-    // The text either points into raw (which it may take over) or into owned.
-    static XmlError decodeText(RawBytes& raw, std::unique_ptr<char16_t[]>& owned, const char16_t*& text);
+    // Parses the bytes in the encoding that their byte-order mark or the UTF-16 test tells:
+    // UTF-16 in place, Windows-1252 directly as bytes, UTF-8 after conversion to UTF-16.
+    static XmlNode parseBytes(RawBytes& raw, const char16_t* requiredTag, XmlParseResult* result);
 
 private:
     struct FileCloser {

@@ -1,5 +1,7 @@
 #include "xml/XmlNode.h"
 
+#include "xml/XmlScanner.h"
+
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
@@ -79,21 +81,25 @@ size_t alignedUnits(size_t units) {
     return (units + perWord - 1) / perWord * perWord;
 }
 
-char16_t* copyTerminated(char16_t*& out, const char16_t* text, int32_t length) {
+template <typename Unit>
+char16_t* copyTerminated(char16_t*& out, const Unit* text, int32_t length) {
     char16_t* start = out;
-    std::memcpy(start, text, sizeof(char16_t) * static_cast<size_t>(length));
+    xmlWidenCopy(text, static_cast<size_t>(length), start);
     start[length] = 0;
     out += length + 1;
     return start;
 }
 
-XmlNodeData* allocateRecord(const char16_t* name, int32_t nameLength, const XmlAttributeSpan* attributes,
-                            int32_t count) {
+template <typename Unit>
+XmlNodeData* allocateRecord(const Unit* name, int32_t nameLength, const XmlAttributeSpan<Unit>* attributes,
+                            int32_t count, const char16_t* decoded) {
     const size_t nameUnits = name != nullptr ? alignedUnits(static_cast<size_t>(nameLength) + 1) : 0;
     size_t stringUnits = 0;
-    for (int32_t i = 0; i < count; ++i)
+    for (int32_t i = 0; i < count; ++i) {
+        const bool valued = attributes[i].value != nullptr || attributes[i].decodedOffset >= 0;
         stringUnits += static_cast<size_t>(attributes[i].nameLength) + 1 +
-                       (attributes[i].value != nullptr ? static_cast<size_t>(attributes[i].valueLength) + 1 : 0);
+                       (valued ? static_cast<size_t>(attributes[i].valueLength) + 1 : 0);
+    }
     const size_t arrayBytes = sizeof(XmlAttribute) * static_cast<size_t>(count);
     void* memory = allocateBytes(sizeof(XmlNodeData) + sizeof(char16_t) * (nameUnits + stringUnits) + arrayBytes);
     auto* d = new (memory) XmlNodeData;
@@ -106,9 +112,12 @@ XmlNodeData* allocateRecord(const char16_t* name, int32_t nameLength, const XmlA
         auto* array = reinterpret_cast<XmlAttribute*>(inlineName(d) + nameUnits);
         auto* out = reinterpret_cast<char16_t*>(array + count);
         for (int32_t i = 0; i < count; ++i) {
-            const XmlAttributeSpan& a = attributes[i];
+            const XmlAttributeSpan<Unit>& a = attributes[i];
             array[i].name = copyTerminated(out, a.name, a.nameLength);
-            array[i].value = a.value != nullptr ? copyTerminated(out, a.value, a.valueLength) : nullptr;
+            if (a.decodedOffset >= 0)
+                array[i].value = copyTerminated(out, decoded + a.decodedOffset, a.valueLength);
+            else
+                array[i].value = a.value != nullptr ? copyTerminated(out, a.value, a.valueLength) : nullptr;
         }
         d->attributes = array;
         d->attributeCount = count;
@@ -410,7 +419,7 @@ int32_t XmlNode::orderAt(int32_t index) const noexcept {
 // ---- building operations ----
 
 XmlNode XmlNode::createNode(char16_t* nodeName, XmlNodeData* parentData, bool declaration) {
-    XmlNodeData* d = allocateRecord(nullptr, 0, nullptr, 0);
+    XmlNodeData* d = allocateRecord<char16_t>(nullptr, 0, nullptr, 0, nullptr);
     d->name = nodeName;
     d->parent = parentData;
     d->isDeclaration = declaration;
@@ -427,17 +436,23 @@ XmlNode XmlNode::addChild(char16_t* childName, bool declaration) {
     return child;
 }
 
-XmlNode XmlNode::addChildCopy(const char16_t* childName, int32_t length, bool declaration,
-                              const XmlAttributeSpan* attributes, int32_t count) {
+template <typename Unit>
+XmlNode XmlNode::addChildCopy(const Unit* childName, int32_t length, bool declaration,
+                              const XmlAttributeSpan<Unit>* attributes, int32_t count, const char16_t* decoded) {
     if (data_ == nullptr || childName == nullptr)
         return emptyNode();
-    XmlNodeData* d = allocateRecord(childName, length, attributes, count);
+    XmlNodeData* d = allocateRecord(childName, length, attributes, count, decoded);
     d->parent = data_;
     d->isDeclaration = declaration;
     XmlNode child(d);
     appendChild(d);
     return child;
 }
+
+template XmlNode XmlNode::addChildCopy(const char16_t*, int32_t, bool, const XmlAttributeSpan<char16_t>*, int32_t,
+                                       const char16_t*);
+template XmlNode XmlNode::addChildCopy(const unsigned char*, int32_t, bool, const XmlAttributeSpan<unsigned char>*,
+                                       int32_t, const char16_t*);
 
 void XmlNode::appendChild(XmlNodeData* child) {
     untrim(data_);

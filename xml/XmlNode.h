@@ -43,12 +43,15 @@ struct XmlAttribute {
     char16_t* value;  // owned; null for an attribute written without "=" and a value
 };
 
-// An attribute still in the parser's hands: spans of text that setAttributes copies.
+// An attribute still in the parser's hands: spans of input text (UTF-16 or 8-bit units) that
+// the element's record copies.
+template <typename Unit>
 struct XmlAttributeSpan {
-    const char16_t* name;
+    const Unit* name;
     int32_t nameLength;
-    const char16_t* value;  // null for a valueless attribute
+    const Unit* value;      // in the input; null when valueless or decoded
     int32_t valueLength;
+    int32_t decodedOffset;  // where a value that held references starts among the decoded units, else -1
 };
 
 // A raw section (CDATA, comment, DOCTYPE, PRE). The tags point into the scanner's marker table.
@@ -146,10 +149,12 @@ public:
     // Building operations: used only by the parser while it grows a tree.
     static XmlNode createNode(char16_t* name, XmlNodeData* parent, bool isDeclaration);
     XmlNode addChild(char16_t* name, bool isDeclaration);
-    // addChild with copies of length units of name and of count attributes, all kept in the
-    // child's own record: one allocation per element.
-    XmlNode addChildCopy(const char16_t* name, int32_t length, bool isDeclaration,
-                         const XmlAttributeSpan* attributes = nullptr, int32_t count = 0);
+    // addChild with copies of name and of count attributes (values that held references taken
+    // from decoded), all kept in the child's record: one allocation per element. Unit is char16_t
+    // or, for 8-bit input read as Windows-1252, unsigned char.
+    template <typename Unit>
+    XmlNode addChildCopy(const Unit* name, int32_t length, bool isDeclaration,
+                         const XmlAttributeSpan<Unit>* attributes, int32_t count, const char16_t* decoded);
     void addAttribute(char16_t* name, char16_t* value);
     void addText(char16_t* text);
     // Appends text (owned, freed here) to the end of text segment number index.

@@ -2,41 +2,38 @@
 
 namespace {
 
-bool isXmlSpace(char16_t c) {
-    return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r';
+bool endsTagName(char16_t c) {
+    return XmlChars::isSpace(c) || c == u'/' || c == u'<' || c == u'>' || c == u'=';
 }
 
-bool endsTagName(char16_t c) {
-    return isXmlSpace(c) || c == u'/' || c == u'<' || c == u'>' || c == u'=';
+char16_t foldAscii(char16_t c) {
+    return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c;
 }
 
 // An element named N is closed by an end tag whose name starts with N (ASCII case folded) and
 // goes on with a delimiter.
-bool endTagMatches(const char16_t* name, const char16_t* endTag) {
+template <typename Unit>
+bool endTagMatches(const char16_t* name, const Unit* endTag) {
     if (name == nullptr)
         return false;
     for (; *name != 0; ++name, ++endTag) {
-        char16_t a = *name;
-        char16_t b = *endTag;
-        if (a >= u'A' && a <= u'Z')
-            a = static_cast<char16_t>(a + 32);
-        if (b >= u'A' && b <= u'Z')
-            b = static_cast<char16_t>(b + 32);
-        if (a != b)
+        if (foldAscii(*name) != foldAscii(xmlWiden(*endTag)))
             return false;
     }
-    return endsTagName(*endTag);
+    return endsTagName(xmlWiden(*endTag));
 }
 
-
-void addValuelessAttribute(XmlParseContext& context, const XmlToken& name, int32_t length) {
+template <typename Unit>
+void addValuelessAttribute(BasicXmlParseContext<Unit>& context, const BasicXmlToken<Unit>& name, int32_t length) {
     context.pendingAttributes.push_back({name.start, length, nullptr, 0, -1});
 }
 
-bool addValuedAttribute(XmlParseContext& context, const XmlToken& name, const XmlToken& token, bool isDeclaration) {
-    const char16_t* value = token.start;
+template <typename Unit>
+bool addValuedAttribute(BasicXmlParseContext<Unit>& context, const BasicXmlToken<Unit>& name,
+                        const BasicXmlToken<Unit>& token, bool isDeclaration) {
+    const Unit* value = token.start;
     int32_t length = token.length;
-    if (isDeclaration && value[length - 1] == u'?')
+    if (isDeclaration && value[length - 1] == '?')
         --length;
     if (token.kind == XmlTokenKind::QuotedText) {
         ++value;
@@ -56,91 +53,10 @@ bool addValuedAttribute(XmlParseContext& context, const XmlToken& name, const Xm
 
 }  // namespace
 
-// A start tag: its name, then its attributes up to ">" or "/>". The child is made once the tag
-// is read, so that its record, name and attributes take a single allocation.
-XmlParser::TagOutcome XmlParser::parseStartTag(XmlNode& node, XmlNode& child, XmlParseContext& context,
-                                               bool isDeclaration) {
-    const XmlToken name = XmlScanner::nextToken(context);
-    if (name.kind != XmlTokenKind::Text) {
-        context.error = XmlError::MissingTagName;
-        return TagOutcome::Stop;
-    }
-    if (context.depth >= maxDepth) {
-        context.error = XmlError::NestingTooDeep;
-        return TagOutcome::Stop;
-    }
-    // Even a tag that fails makes its element: the document then holds one, which decides
-    // between the tag's error and NoElements.
-    const TagOutcome outcome = readAttributes(node, context, isDeclaration);
-    context.attributeSpans.clear();
-    for (const XmlParseContext::PendingAttribute& a : context.pendingAttributes) {
-        const char16_t* value = a.decodedOffset >= 0 ? context.decodedValues.data() + a.decodedOffset : a.value;
-        context.attributeSpans.push_back({a.name, a.nameLength, value, a.valueLength});
-    }
-    child = node.addChildCopy(name.start, name.length, isDeclaration, context.attributeSpans.data(),
-                              static_cast<int32_t>(context.attributeSpans.size()));
-    if (outcome == TagOutcome::Closed)
-        child.trim();
-    context.pendingAttributes.clear();
-    context.decodedValues.clear();
-    return outcome;
-}
-
-XmlParser::TagOutcome XmlParser::readAttributes(const XmlNode& parent, XmlParseContext& context, bool isDeclaration) {
-    int state = 0;
-    XmlToken pending;
-    for (;;) {
-        const XmlToken token = XmlScanner::nextToken(context);
-        if (token.kind == XmlTokenKind::EndOfInput)
-            return TagOutcome::EndOfInput;
-        if (state == 0) {
-            if (token.kind == XmlTokenKind::Text) {
-                pending = token;
-                state = 1;
-            } else if (token.kind == XmlTokenKind::TagEnd || token.kind == XmlTokenKind::EmptyTagEnd) {
-                context.textStart = context.cursor;
-                return token.kind == XmlTokenKind::TagEnd ? TagOutcome::Content : TagOutcome::Closed;
-            } else {
-                break;
-            }
-        } else if (state == 1) {
-            if (token.kind == XmlTokenKind::Text) {
-                addValuelessAttribute(context, pending, pending.length);
-                pending = token;
-            } else if (token.kind == XmlTokenKind::Equals) {
-                state = 2;
-            } else if (token.kind == XmlTokenKind::TagEnd || token.kind == XmlTokenKind::EmptyTagEnd) {
-                context.textStart = context.cursor;
-                bool closed = token.kind == XmlTokenKind::EmptyTagEnd;
-                int32_t length = pending.length;
-                // "?>" ends a nested declaration; a top-level one goes on to hold the rest of
-                // the document, which is how the root element ends up inside "xml".
-                if (isDeclaration && pending.start[length - 1] == u'?') {
-                    --length;
-                    if (parent.data()->parent != nullptr)
-                        closed = true;
-                }
-                if (length > 0)
-                    addValuelessAttribute(context, pending, length);
-                return closed ? TagOutcome::Closed : TagOutcome::Content;
-            } else {
-                break;
-            }
-        } else {
-            if (token.kind != XmlTokenKind::Text && token.kind != XmlTokenKind::QuotedText)
-                break;
-            if (!addValuedAttribute(context, pending, token, isDeclaration))
-                return TagOutcome::Stop;
-            state = 0;
-        }
-    }
-    context.error = XmlError::UnexpectedToken;
-    return TagOutcome::Stop;
-}
-
 // The recursion runs through parseContent alone, and every token is read in helpers that have
 // returned before it recurses: each nesting level costs one small frame.
-bool XmlParser::parseContent(XmlNode& node, XmlParseContext& context) {
+template <typename Unit>
+bool XmlParser::parseContent(XmlNode& node, BasicXmlParseContext<Unit>& context) {
     for (;;) {
         const ContentStep step = readContent(node, context);
         if (step == ContentStep::Stop)
@@ -165,10 +81,11 @@ bool XmlParser::parseContent(XmlNode& node, XmlParseContext& context) {
     }
 }
 
-XmlParser::ContentStep XmlParser::readContent(XmlNode& node, XmlParseContext& context) {
+template <typename Unit>
+XmlParser::ContentStep XmlParser::readContent(XmlNode& node, BasicXmlParseContext<Unit>& context) {
     for (;;) {
         XmlScanner::skipCharacterData(context);
-        const XmlToken token = XmlScanner::nextToken(context);
+        const BasicXmlToken<Unit> token = XmlScanner::nextToken(context);
         switch (token.kind) {
         case XmlTokenKind::EndOfInput:
             endOfInput(node, context);
@@ -194,7 +111,88 @@ XmlParser::ContentStep XmlParser::readContent(XmlNode& node, XmlParseContext& co
     }
 }
 
-bool XmlParser::closeByPendingEndTag(XmlNode& node, XmlParseContext& context) {
+// A start tag: its name, then its attributes up to ">" or "/>". The child is made once the tag
+// is read, so that its record, name and attributes take a single allocation.
+template <typename Unit>
+XmlParser::TagOutcome XmlParser::parseStartTag(XmlNode& node, XmlNode& child, BasicXmlParseContext<Unit>& context,
+                                               bool isDeclaration) {
+    const BasicXmlToken<Unit> name = XmlScanner::nextToken(context);
+    if (name.kind != XmlTokenKind::Text) {
+        context.error = XmlError::MissingTagName;
+        return TagOutcome::Stop;
+    }
+    if (context.depth >= maxDepth) {
+        context.error = XmlError::NestingTooDeep;
+        return TagOutcome::Stop;
+    }
+    // Even a tag that fails makes its element: the document then holds one, which decides
+    // between the tag's error and NoElements.
+    const TagOutcome outcome = readAttributes(node, context, isDeclaration);
+    child = node.addChildCopy(name.start, name.length, isDeclaration, context.pendingAttributes.data(),
+                              static_cast<int32_t>(context.pendingAttributes.size()), context.decodedValues.data());
+    if (outcome == TagOutcome::Closed)
+        child.trim();
+    context.pendingAttributes.clear();
+    context.decodedValues.clear();
+    return outcome;
+}
+
+template <typename Unit>
+XmlParser::TagOutcome XmlParser::readAttributes(const XmlNode& parent, BasicXmlParseContext<Unit>& context,
+                                                bool isDeclaration) {
+    int state = 0;
+    BasicXmlToken<Unit> pending;
+    for (;;) {
+        const BasicXmlToken<Unit> token = XmlScanner::nextToken(context);
+        if (token.kind == XmlTokenKind::EndOfInput)
+            return TagOutcome::EndOfInput;
+        if (state == 0) {
+            if (token.kind == XmlTokenKind::Text) {
+                pending = token;
+                state = 1;
+            } else if (token.kind == XmlTokenKind::TagEnd || token.kind == XmlTokenKind::EmptyTagEnd) {
+                context.textStart = context.cursor;
+                return token.kind == XmlTokenKind::TagEnd ? TagOutcome::Content : TagOutcome::Closed;
+            } else {
+                break;
+            }
+        } else if (state == 1) {
+            if (token.kind == XmlTokenKind::Text) {
+                addValuelessAttribute(context, pending, pending.length);
+                pending = token;
+            } else if (token.kind == XmlTokenKind::Equals) {
+                state = 2;
+            } else if (token.kind == XmlTokenKind::TagEnd || token.kind == XmlTokenKind::EmptyTagEnd) {
+                context.textStart = context.cursor;
+                bool closed = token.kind == XmlTokenKind::EmptyTagEnd;
+                int32_t length = pending.length;
+                // "?>" ends a nested declaration; a top-level one goes on to hold the rest of
+                // the document, which is how the root element ends up inside "xml".
+                if (isDeclaration && pending.start[length - 1] == '?') {
+                    --length;
+                    if (parent.data()->parent != nullptr)
+                        closed = true;
+                }
+                if (length > 0)
+                    addValuelessAttribute(context, pending, length);
+                return closed ? TagOutcome::Closed : TagOutcome::Content;
+            } else {
+                break;
+            }
+        } else {
+            if (token.kind != XmlTokenKind::Text && token.kind != XmlTokenKind::QuotedText)
+                break;
+            if (!addValuedAttribute(context, pending, token, isDeclaration))
+                return TagOutcome::Stop;
+            state = 0;
+        }
+    }
+    context.error = XmlError::UnexpectedToken;
+    return TagOutcome::Stop;
+}
+
+template <typename Unit>
+bool XmlParser::closeByPendingEndTag(XmlNode& node, BasicXmlParseContext<Unit>& context) {
     // The end tag closes the innermost open element of its name; the document node has none.
     if (node.name() == nullptr) {
         context.error = XmlError::UnexpectedEndTag;
@@ -207,8 +205,9 @@ bool XmlParser::closeByPendingEndTag(XmlNode& node, XmlParseContext& context) {
     return true;
 }
 
-bool XmlParser::parseEndTag(XmlNode& node, XmlParseContext& context) {
-    const XmlToken name = XmlScanner::nextToken(context);
+template <typename Unit>
+bool XmlParser::parseEndTag(XmlNode& node, BasicXmlParseContext<Unit>& context) {
+    const BasicXmlToken<Unit> name = XmlScanner::nextToken(context);
     if (name.kind != XmlTokenKind::Text || XmlScanner::nextToken(context).kind != XmlTokenKind::TagEnd) {
         context.error = XmlError::MalformedEndTag;
         return false;
@@ -224,7 +223,8 @@ bool XmlParser::parseEndTag(XmlNode& node, XmlParseContext& context) {
     return true;
 }
 
-bool XmlParser::endOfInput(XmlNode& node, XmlParseContext& context) {
+template <typename Unit>
+bool XmlParser::endOfInput(XmlNode& node, BasicXmlParseContext<Unit>& context) {
     // Only the innermost open element reports the missing end tag.
     const XmlNodeData* data = node.data();
     if (!data->isDeclaration && data->parent != nullptr) {
@@ -235,20 +235,30 @@ bool XmlParser::endOfInput(XmlNode& node, XmlParseContext& context) {
     return false;
 }
 
-bool XmlParser::flushText(XmlNode& node, XmlParseContext& context, const char16_t* end) {
-    const char16_t* start = context.textStart;
+template <typename Unit>
+bool XmlParser::flushText(XmlNode& node, BasicXmlParseContext<Unit>& context, const Unit* end) {
+    const Unit* start = context.textStart;
     if (start == nullptr)
         return true;
     context.textStart = nullptr;
-    while (start != end && isXmlSpace(*start))
+    // The skip that found the end of this run already knows whether it holds a reference.
+    const bool plain = start == context.skippedFrom && !context.skippedReference;
+    while (start != end && XmlChars::isSpace(xmlWiden(*start)))
         ++start;
-    while (end != start && isXmlSpace(end[-1]))
+    while (end != start && XmlChars::isSpace(xmlWiden(end[-1])))
         --end;
     if (start == end)
         return true;
-    char16_t* text = XmlScanner::decodeEntities(start, static_cast<int32_t>(end - start), context);
-    if (text == nullptr)
-        return false;
+    const auto length = static_cast<int32_t>(end - start);
+    char16_t* text = nullptr;
+    if (plain) {
+        text = xmlAllocateString(length);
+        xmlWidenCopy(start, static_cast<size_t>(length), text);
+    } else {
+        text = XmlScanner::decodeEntities(start, length, context);
+        if (text == nullptr)
+            return false;
+    }
     // A comment between two runs of text is dropped and the runs join, without a separator.
     XmlNodeData* data = node.data();
     if (data->orderCount >= 2) {
@@ -265,17 +275,19 @@ bool XmlParser::flushText(XmlNode& node, XmlParseContext& context, const char16_
     return true;
 }
 
-XmlNode XmlParser::parse(const char16_t* text, const char16_t* requiredTag, XmlParseResult* result) {
+template <typename Unit>
+XmlNode XmlParser::parse(const Unit* text, int64_t length, const char16_t* requiredTag, XmlParseResult* result) {
     if (text == nullptr) {
         if (result != nullptr)
             *result = XmlParseResult{XmlError::NullInput, 0, 0};
         return XmlNode::emptyNode();
     }
     XmlNode document = XmlNode::createNode(nullptr, nullptr, false);
-    XmlParseContext context;
+    BasicXmlParseContext<Unit> context;
     context.input = text;
     context.textStart = text;
     context.cursor = text;
+    context.inputEnd = length >= 0 ? text + length : nullptr;
     parseContent(document, context);
 
     XmlError error = context.error;
@@ -299,11 +311,11 @@ XmlNode XmlParser::parse(const char16_t* text, const char16_t* requiredTag, XmlP
     if (result != nullptr) {
         result->error = error;
         if (error != XmlError::None) {
-            const char16_t* errorAt = error == XmlError::MissingEndTag ? context.errorAt : context.cursor;
+            const Unit* errorAt = error == XmlError::MissingEndTag ? context.errorAt : context.cursor;
             result->line = 1;
             result->column = 1;
-            for (const char16_t* p = text; p != errorAt; ++p) {
-                if (*p == u'\n') {
+            for (const Unit* p = text; p != errorAt; ++p) {
+                if (*p == '\n') {
                     ++result->line;
                     result->column = 1;
                 } else {
@@ -316,6 +328,9 @@ XmlNode XmlParser::parse(const char16_t* text, const char16_t* requiredTag, XmlP
     return candidate;
 }
 
+template XmlNode XmlParser::parse(const char16_t*, int64_t, const char16_t*, XmlParseResult*);
+template XmlNode XmlParser::parse(const unsigned char*, int64_t, const char16_t*, XmlParseResult*);
+
 XmlNode XmlNode::parseString(const char16_t* text, const char16_t* requiredTag, XmlParseResult* result) {
-    return XmlParser::parse(text, requiredTag, result);
+    return XmlParser::parse(text, -1, requiredTag, result);
 }

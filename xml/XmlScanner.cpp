@@ -1,8 +1,10 @@
 #include "xml/XmlScanner.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdlib>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 const XmlClearTag XmlScanner::clearTags[4] = {
     {u"<![CDATA[", 9, u"]]>", 3},
@@ -29,8 +31,10 @@ constexpr EntityRow entities[] = {
     {u"&apos;", 6, u'\''},
 };
 
-bool matchesMarker(const char16_t* p, const char16_t* marker, int32_t length) {
-    // The input's terminating zero differs from every marker unit, so this never reads past it.
+// Markers are ASCII, so an input unit equals a marker unit only when it is that character; the
+// input's terminating zero differs from every marker unit, so this never reads past it.
+template <typename Unit>
+bool matchesMarker(const Unit* p, const char16_t* marker, int32_t length) {
     for (int32_t i = 0; i < length; ++i) {
         if (p[i] != marker[i])
             return false;
@@ -38,7 +42,8 @@ bool matchesMarker(const char16_t* p, const char16_t* marker, int32_t length) {
     return true;
 }
 
-const char16_t* findMarker(const char16_t* p, const char16_t* marker, int32_t length) {
+template <typename Unit>
+const Unit* findMarker(const Unit* p, const char16_t* marker, int32_t length) {
     for (; *p != 0; ++p) {
         if (*p == marker[0] && matchesMarker(p, marker, length))
             return p;
@@ -46,7 +51,8 @@ const char16_t* findMarker(const char16_t* p, const char16_t* marker, int32_t le
     return nullptr;
 }
 
-bool matchesEntity(const char16_t* p, const EntityRow& row) {
+template <typename Unit>
+bool matchesEntity(const Unit* p, const EntityRow& row) {
     for (int32_t i = 0; i < row.length; ++i) {
         char16_t c = p[i];
         if (c >= u'A' && c <= u'Z')
@@ -57,7 +63,8 @@ bool matchesEntity(const char16_t* p, const EntityRow& row) {
     return true;
 }
 
-const EntityRow* findEntity(const char16_t* p, const char16_t* end) {
+template <typename Unit>
+const EntityRow* findEntity(const Unit* p, const Unit* end) {
     for (const EntityRow& row : entities) {
         if (row.length <= end - p && matchesEntity(p, row))
             return &row;
@@ -65,23 +72,25 @@ const EntityRow* findEntity(const char16_t* p, const char16_t* end) {
     return nullptr;
 }
 
-bool isCharacterReference(const char16_t* p, const char16_t* end) {
-    return end - p > 2 && p[1] == u'#';
+template <typename Unit>
+bool isCharacterReference(const Unit* p, const Unit* end) {
+    return end - p > 2 && p[1] == '#';
 }
 
-// Units the decoded span needs, or -1 for a malformed or unknown reference.
-int64_t countDecoded(const char16_t* p, const char16_t* end) {
+// Units the decoded span needs from its first "&" on, or -1 for a malformed or unknown reference.
+template <typename Unit>
+int64_t countDecoded(const Unit* p, const Unit* end) {
     int64_t count = 0;
     while (p != end && *p != 0) {
-        if (*p != u'&') {
+        if (*p != '&') {
             ++p;
         } else if (isCharacterReference(p, end)) {
             p += 2;
-            if (*p == u'x' || *p == u'X')
+            if (*p == 'x' || *p == 'X')
                 ++p;
-            while (p != end && *p != u';' && *p != 0)
+            while (p != end && *p != ';' && *p != 0)
                 ++p;
-            if (p == end || *p != u';')
+            if (p == end || *p != ';')
                 return -1;
             ++p;
         } else {
@@ -107,14 +116,15 @@ int digitValue(char16_t c, bool hex) {
 
 // Writes the value of "&#...;" at p to *out and answers the unit after the ";", or null for a
 // unit that is no digit. Only the low 16 bits of the value are kept.
-const char16_t* decodeCharacterReference(const char16_t* p, char16_t* out) {
+template <typename Unit>
+const Unit* decodeCharacterReference(const Unit* p, char16_t* out) {
     p += 2;
-    const bool hex = *p == u'x' || *p == u'X';
+    const bool hex = *p == 'x' || *p == 'X';
     if (hex)
         ++p;
     const uint32_t base = hex ? 16 : 10;
     uint32_t value = 0;
-    for (; *p != u';'; ++p) {
+    for (; *p != ';'; ++p) {
         const int digit = digitValue(*p, hex);
         if (digit < 0)
             return nullptr;
@@ -124,76 +134,20 @@ const char16_t* decodeCharacterReference(const char16_t* p, char16_t* out) {
     return p + 1;
 }
 
-}  // namespace
-
-XmlToken XmlScanner::scanMarkup(XmlParseContext& context, const char16_t* p) noexcept {
-    for (const XmlClearTag& tag : clearTags) {
-        if (matchesMarker(p, tag.openTag, tag.openLength)) {
-            context.cursor = p + tag.openLength;
-            XmlToken token = makeToken(XmlTokenKind::ClearStart, p, context.cursor);
-            token.clearTag = &tag;
-            return token;
-        }
-    }
-    if (p[1] == u'/' || p[1] == u'?') {
-        context.cursor = p + 2;
-        return makeToken(p[1] == u'/' ? XmlTokenKind::EndTagStart : XmlTokenKind::DeclarationStart, p, p + 2);
-    }
-    context.cursor = p + 1;
-    return makeToken(XmlTokenKind::TagStart, p, p + 1);
-}
-
-void XmlScanner::skipCharacterData(XmlParseContext& context) noexcept {
-    const char16_t* p = context.cursor;
-    while (*p != u'<' && *p != 0)
-        ++p;
-    context.cursor = p;
-}
-
-bool XmlScanner::scanClearSection(XmlNode& node, XmlParseContext& context, const XmlClearTag& tag) {
-    const char16_t* start = context.cursor;
-    const char16_t* closeTag = tag.closeTag;
-    int32_t closeLength = tag.closeLength;
-    const char16_t* endMarker = nullptr;
-    if (&tag == &docTypeTag()) {
-        const char16_t* p = start;
-        while (*p != 0 && *p != u'[' && *p != u'>')
-            ++p;
-        if (*p == u'>') {
-            endMarker = p;
-        } else if (*p == u'[') {
-            // The subset is searched from the start of the section, not from its "[".
-            closeTag = docTypeSubsetClose;
-            closeLength = 2;
-            endMarker = findMarker(start, closeTag, closeLength);
-        }
-    } else {
-        endMarker = findMarker(start, closeTag, closeLength);
-    }
-    if (endMarker == nullptr) {
-        context.error = XmlError::UnterminatedSection;
-        return false;
-    }
-    context.cursor = endMarker + closeLength;
-    if (endMarker != start)
-        node.addClearSection(xmlCopyString(start, static_cast<int32_t>(endMarker - start)), tag.openTag, closeTag);
-    return true;
-}
-
-namespace {
-
-const char16_t* findReference(const char16_t* p, const char16_t* end) {
-    while (p != end && *p != u'&' && *p != 0)
+template <typename Unit>
+const Unit* findReference(const Unit* p, const Unit* end) {
+    while (p != end && *p != '&' && *p != 0)
         ++p;
     return p;
 }
 
-// Writes the decoded units of [p, end) to out; the span passed the counting pass. Null when a
+// Writes the decoded units of [p, end), which passed the counting pass, to out. Null when a
 // character reference holds a unit that is no digit, else the end of what was written.
-char16_t* decodeReferences(const char16_t* p, const char16_t* end, char16_t* out) {
+template <typename Unit>
+char16_t* decodeReferences(const Unit* p, const Unit* end, char16_t* out) {
     while (p != end && *p != 0) {
-        if (*p != u'&') {
-            *out++ = *p++;
+        if (*p != '&') {
+            *out++ = xmlWiden(*p++);
         } else if (isCharacterReference(p, end)) {
             p = decodeCharacterReference(p, out++);
             if (p == nullptr)
@@ -207,19 +161,117 @@ char16_t* decodeReferences(const char16_t* p, const char16_t* end, char16_t* out
     return out;
 }
 
+#if defined(__SSE2__)
+// Skips whole blocks of units that hold neither "<" nor a zero, noting any "&"; stops at the
+// first block that does, or where a block would pass end.
+const char16_t* skipBlocks(const char16_t* p, const char16_t* end, bool& reference) {
+    const __m128i less = _mm_set1_epi16('<');
+    const __m128i ampersand = _mm_set1_epi16('&');
+    const __m128i zero = _mm_setzero_si128();
+    for (; end - p >= 8; p += 8) {
+        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i stops = _mm_or_si128(_mm_cmpeq_epi16(block, less), _mm_cmpeq_epi16(block, zero));
+        if (_mm_movemask_epi8(stops) != 0)
+            break;
+        reference |= _mm_movemask_epi8(_mm_cmpeq_epi16(block, ampersand)) != 0;
+    }
+    return p;
+}
+
+const unsigned char* skipBlocks(const unsigned char* p, const unsigned char* end, bool& reference) {
+    const __m128i less = _mm_set1_epi8('<');
+    const __m128i ampersand = _mm_set1_epi8('&');
+    const __m128i zero = _mm_setzero_si128();
+    for (; end - p >= 16; p += 16) {
+        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i stops = _mm_or_si128(_mm_cmpeq_epi8(block, less), _mm_cmpeq_epi8(block, zero));
+        if (_mm_movemask_epi8(stops) != 0)
+            break;
+        reference |= _mm_movemask_epi8(_mm_cmpeq_epi8(block, ampersand)) != 0;
+    }
+    return p;
+}
+#endif
+
 }  // namespace
 
-char16_t* XmlScanner::decodeEntities(const char16_t* span, int32_t length, XmlParseContext& context) {
-    const char16_t* end = span + length;
-    const char16_t* p = findReference(span, end);
-    if (p == end || *p == 0)
-        return xmlCopyString(span, static_cast<int32_t>(p - span));
-    const int64_t count = countDecoded(p, end);
+template <typename Unit>
+BasicXmlToken<Unit> XmlScanner::scanMarkup(BasicXmlParseContext<Unit>& context, const Unit* p) noexcept {
+    for (const XmlClearTag& tag : clearTags) {
+        if (matchesMarker(p, tag.openTag, tag.openLength)) {
+            context.cursor = p + tag.openLength;
+            BasicXmlToken<Unit> token = makeXmlToken(XmlTokenKind::ClearStart, p, context.cursor);
+            token.clearTag = &tag;
+            return token;
+        }
+    }
+    if (p[1] == '/' || p[1] == '?') {
+        context.cursor = p + 2;
+        return makeXmlToken(p[1] == '/' ? XmlTokenKind::EndTagStart : XmlTokenKind::DeclarationStart, p, p + 2);
+    }
+    context.cursor = p + 1;
+    return makeXmlToken(XmlTokenKind::TagStart, p, p + 1);
+}
+
+template <typename Unit>
+void XmlScanner::skipCharacterData(BasicXmlParseContext<Unit>& context) noexcept {
+    const Unit* p = context.cursor;
+    bool reference = false;
+#if defined(__SSE2__)
+    if (context.inputEnd != nullptr)
+        p = skipBlocks(p, context.inputEnd, reference);
+#endif
+    for (; *p != '<' && *p != 0; ++p)
+        reference |= *p == '&';
+    context.skippedFrom = context.cursor;
+    context.skippedReference = reference;
+    context.cursor = p;
+}
+
+template <typename Unit>
+bool XmlScanner::scanClearSection(XmlNode& node, BasicXmlParseContext<Unit>& context, const XmlClearTag& tag) {
+    const Unit* start = context.cursor;
+    const char16_t* closeTag = tag.closeTag;
+    int32_t closeLength = tag.closeLength;
+    const Unit* endMarker = nullptr;
+    if (&tag == &docTypeTag()) {
+        const Unit* p = start;
+        while (*p != 0 && *p != '[' && *p != '>')
+            ++p;
+        if (*p == '>') {
+            endMarker = p;
+        } else if (*p == '[') {
+            closeTag = docTypeSubsetClose;
+            closeLength = 2;
+            endMarker = findMarker(start, closeTag, closeLength);
+        }
+    } else {
+        endMarker = findMarker(start, closeTag, closeLength);
+    }
+    if (endMarker == nullptr) {
+        context.error = XmlError::UnterminatedSection;
+        return false;
+    }
+    context.cursor = endMarker + closeLength;
+    if (endMarker != start) {
+        const auto length = static_cast<int32_t>(endMarker - start);
+        char16_t* value = xmlAllocateString(length);
+        xmlWidenCopy(start, static_cast<size_t>(length), value);
+        node.addClearSection(value, tag.openTag, closeTag);
+    }
+    return true;
+}
+
+template <typename Unit>
+char16_t* XmlScanner::decodeEntities(const Unit* span, int32_t length, BasicXmlParseContext<Unit>& context) {
+    const Unit* end = span + length;
+    const Unit* p = findReference(span, end);
     const auto prefix = static_cast<int32_t>(p - span);
+    const int64_t count = p == end || *p == 0 ? 0 : countDecoded(p, end);
     char16_t* output = count < 0 ? nullptr : xmlAllocateString(prefix + static_cast<int32_t>(count));
     if (output != nullptr) {
-        std::copy(span, p, output);
-        if (decodeReferences(p, end, output + prefix) != nullptr)
+        xmlWidenCopy(span, static_cast<size_t>(prefix), output);
+        if (count == 0 || decodeReferences(p, end, output + prefix) != nullptr)
             return output;
         xmlFreeString(output);
     }
@@ -227,19 +279,32 @@ char16_t* XmlScanner::decodeEntities(const char16_t* span, int32_t length, XmlPa
     return nullptr;
 }
 
-bool XmlScanner::decodeEntitiesInto(const char16_t* span, int32_t length, std::vector<char16_t>& output,
-                                    XmlParseContext& context) {
-    const char16_t* end = span + length;
-    const char16_t* p = findReference(span, end);
+template <typename Unit>
+bool XmlScanner::decodeEntitiesInto(const Unit* span, int32_t length, std::vector<char16_t>& output,
+                                    BasicXmlParseContext<Unit>& context) {
+    const Unit* end = span + length;
+    const Unit* p = findReference(span, end);
     const int64_t count = p == end || *p == 0 ? 0 : countDecoded(p, end);
     if (count >= 0) {
         const size_t start = output.size();
-        output.resize(start + static_cast<size_t>(p - span) + static_cast<size_t>(count));
-        char16_t* out = std::copy(span, p, output.data() + start);
-        if (count == 0 || decodeReferences(p, end, out) != nullptr)
+        const auto prefix = static_cast<size_t>(p - span);
+        output.resize(start + prefix + static_cast<size_t>(count));
+        xmlWidenCopy(span, prefix, output.data() + start);
+        if (count == 0 || decodeReferences(p, end, output.data() + start + prefix) != nullptr)
             return true;
         output.resize(start);
     }
     context.error = XmlError::BadEntity;
     return false;
 }
+
+template BasicXmlToken<char16_t> XmlScanner::scanMarkup(BasicXmlParseContext<char16_t>&, const char16_t*) noexcept;
+template void XmlScanner::skipCharacterData(BasicXmlParseContext<char16_t>&) noexcept;
+template bool XmlScanner::scanClearSection(XmlNode&, BasicXmlParseContext<char16_t>&, const XmlClearTag&);
+template char16_t* XmlScanner::decodeEntities(const char16_t*, int32_t, BasicXmlParseContext<char16_t>&);
+template bool XmlScanner::decodeEntitiesInto(const char16_t*, int32_t, std::vector<char16_t>&, BasicXmlParseContext<char16_t>&);
+template BasicXmlToken<unsigned char> XmlScanner::scanMarkup(BasicXmlParseContext<unsigned char>&, const unsigned char*) noexcept;
+template void XmlScanner::skipCharacterData(BasicXmlParseContext<unsigned char>&) noexcept;
+template bool XmlScanner::scanClearSection(XmlNode&, BasicXmlParseContext<unsigned char>&, const XmlClearTag&);
+template char16_t* XmlScanner::decodeEntities(const unsigned char*, int32_t, BasicXmlParseContext<unsigned char>&);
+template bool XmlScanner::decodeEntitiesInto(const unsigned char*, int32_t, std::vector<char16_t>&, BasicXmlParseContext<unsigned char>&);

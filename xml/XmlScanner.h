@@ -1,10 +1,14 @@
 #pragma once
-// The lexical layer of the XML reader: tokens, raw sections and entity decoding over UTF-16 text.
+// The lexical layer of the XML reader: tokens, raw sections and entity decoding. It reads UTF-16
+// text, or the bytes of an 8-bit file directly (widened to UTF-16 only where text is copied out),
+// so that 8-bit files need no conversion pass of their own.
 
+#include "xml/TextEncoding.h"
 #include "xml/XmlNode.h"
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 // Kinds of token; the numbers are stable.
@@ -29,37 +33,57 @@ struct XmlClearTag {
     int32_t closeLength;
 };
 
-struct XmlToken {
+// A unit of the input as UTF-16: itself, or the Windows-1252 character of a byte.
+inline char16_t xmlWiden(char16_t unit) noexcept {
+    return unit;
+}
+inline char16_t xmlWiden(unsigned char byte) noexcept {
+    return TextEncoding::windows1252Unit(byte);
+}
+
+// Copies count input units to out as UTF-16.
+inline void xmlWidenCopy(const char16_t* units, size_t count, char16_t* out) noexcept {
+    if (count > 0)
+        std::memcpy(out, units, sizeof(char16_t) * count);
+}
+inline void xmlWidenCopy(const unsigned char* bytes, size_t count, char16_t* out) noexcept {
+    TextEncoding::windows1252ToUnits(bytes, count, out);
+}
+
+template <typename Unit>
+struct BasicXmlToken {
     XmlTokenKind kind = XmlTokenKind::EndOfInput;
-    const char16_t* start = nullptr;  // null for EndOfInput
+    const Unit* start = nullptr;  // null for EndOfInput
     int32_t length = 0;
     const XmlClearTag* clearTag = nullptr;  // the matched row, for ClearStart only
     bool hasReference = false;              // an "&" inside a Text or QuotedText token
 };
+using XmlToken = BasicXmlToken<char16_t>;
 
 // State shared by every level of one parse.
-struct XmlParseContext {
-    const char16_t* input = nullptr;      // the whole text, borrowed
-    const char16_t* textStart = nullptr;  // where pending character data begins; null when none
-    const char16_t* cursor = nullptr;     // the next unit to scan
-    const char16_t* errorAt = nullptr;    // position recorded with MissingEndTag
+template <typename Unit>
+struct BasicXmlParseContext {
+    const Unit* input = nullptr;      // the whole text, borrowed
+    const Unit* textStart = nullptr;  // where pending character data begins; null when none
+    const Unit* cursor = nullptr;     // the next unit to scan
+    const Unit* errorAt = nullptr;    // position recorded with MissingEndTag
     XmlError error = XmlError::None;
-    const char16_t* endTagName = nullptr;  // an end tag still looking for its element
-    int32_t endTagLength = 0;              // 0 when no end tag is pending
-    int32_t depth = 0;                     // nesting level of the element being parsed
+    const Unit* endTagName = nullptr;  // an end tag still looking for its element
+    int32_t endTagLength = 0;          // 0 when no end tag is pending
+    int32_t depth = 0;                 // nesting level of the element being parsed
 
-    // The attributes of the start tag being read, added to its node in one step when it ends.
-    struct PendingAttribute {
-        const char16_t* name;
-        int32_t nameLength;
-        const char16_t* value;  // into the input; null when valueless or decoded
-        int32_t valueLength;
-        int32_t decodedOffset;  // into decodedValues for a value that held references, else -1
-    };
-    std::vector<PendingAttribute> pendingAttributes;
-    std::vector<char16_t> decodedValues;
-    std::vector<XmlAttributeSpan> attributeSpans;
+    // Where the input is known to end (its terminating zero), so that blocks of units can be
+    // read at once before it; null when the length is unknown.
+    const Unit* inputEnd = nullptr;
+    // The last run of character data skipped, and whether it holds an "&".
+    const Unit* skippedFrom = nullptr;
+    bool skippedReference = false;
+
+    // The attributes of the start tag being read, given to its element when the tag ends.
+    std::vector<XmlAttributeSpan<Unit>> pendingAttributes;
+    std::vector<char16_t> decodedValues;  // values that held references, decoded
 };
+using XmlParseContext = BasicXmlParseContext<char16_t>;
 
 // The character tables of the scanner, for the units below 128; every other unit is part of a
 // word.
@@ -115,12 +139,18 @@ inline constexpr std::array<uint8_t, 128> classes = makeClasses();
 inline constexpr std::array<uint8_t, 128> wordRoles = makeWordRoles();
 inline constexpr std::array<uint8_t, 128> quotedRoles = makeQuotedRoles();
 
-inline Class classOf(char16_t c) noexcept {
+template <typename Unit>
+inline Class classOf(Unit c) noexcept {
     return c < 128 ? static_cast<Class>(classes[c]) : Word;
+}
+
+inline bool isSpace(char16_t c) noexcept {
+    return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r';
 }
 
 }  // namespace XmlChars
 
+// The scanner's operations work on UTF-16 (char16_t) and on 8-bit input (unsigned char).
 class XmlScanner {
 public:
     // The raw-section rows in the order they are tried: CDATA, DOCTYPE, comment, PRE.
@@ -133,67 +163,78 @@ public:
     static const char16_t docTypeSubsetClose[3];
 
     // The next token; the cursor moves past it and stays on the terminating zero at the end.
-    static XmlToken nextToken(XmlParseContext& context) noexcept;
+    template <typename Unit>
+    static BasicXmlToken<Unit> nextToken(BasicXmlParseContext<Unit>& context) noexcept;
     // The token at a "<": a raw-section marker, "</", "<?" or "<".
-    static XmlToken scanMarkup(XmlParseContext& context, const char16_t* p) noexcept;
+    template <typename Unit>
+    static BasicXmlToken<Unit> scanMarkup(BasicXmlParseContext<Unit>& context, const Unit* p) noexcept;
     // A word that starts at start and goes on at p; it consumes one white-space unit after it.
-    static XmlToken scanWord(XmlParseContext& context, const char16_t* start, const char16_t* p) noexcept;
+    template <typename Unit>
+    static BasicXmlToken<Unit> scanWord(BasicXmlParseContext<Unit>& context, const Unit* start, const Unit* p) noexcept;
     // A quoted string at p, or, without its closing quote before a "<", a word.
-    static XmlToken scanQuoted(XmlParseContext& context, const char16_t* p) noexcept;
+    template <typename Unit>
+    static BasicXmlToken<Unit> scanQuoted(BasicXmlParseContext<Unit>& context, const Unit* p) noexcept;
     // Moves the cursor to the next "<" or the terminating zero: in content every other token is
-    // character data, taken from the input itself.
-    static void skipCharacterData(XmlParseContext& context) noexcept;
+    // character data, taken from the input itself. Notes whether the run holds an "&".
+    template <typename Unit>
+    static void skipCharacterData(BasicXmlParseContext<Unit>& context) noexcept;
     // Scans a raw section whose opening marker was just read and stores its non-empty contents
     // in node. False, with UnterminatedSection set, when its end marker is missing.
-    static bool scanClearSection(XmlNode& node, XmlParseContext& context, const XmlClearTag& tag);
+    template <typename Unit>
+    static bool scanClearSection(XmlNode& node, BasicXmlParseContext<Unit>& context, const XmlClearTag& tag);
     // A new string (xmlCopyString's allocation) with the references of the span replaced; null,
     // with BadEntity set, for a malformed or unknown reference.
-    static char16_t* decodeEntities(const char16_t* span, int32_t length, XmlParseContext& context);
+    template <typename Unit>
+    static char16_t* decodeEntities(const Unit* span, int32_t length, BasicXmlParseContext<Unit>& context);
     // decodeEntities appending to output instead, without a terminator; false with BadEntity set.
-    static bool decodeEntitiesInto(const char16_t* span, int32_t length, std::vector<char16_t>& output,
-                                   XmlParseContext& context);
-
+    template <typename Unit>
+    static bool decodeEntitiesInto(const Unit* span, int32_t length, std::vector<char16_t>& output,
+                                   BasicXmlParseContext<Unit>& context);
 };
 
-inline XmlToken makeToken(XmlTokenKind kind, const char16_t* start, const char16_t* end) noexcept {
-    return XmlToken{kind, start, static_cast<int32_t>(end - start), nullptr, false};
+template <typename Unit>
+inline BasicXmlToken<Unit> makeXmlToken(XmlTokenKind kind, const Unit* start, const Unit* end) noexcept {
+    return BasicXmlToken<Unit>{kind, start, static_cast<int32_t>(end - start), nullptr, false};
 }
 
 // The tokens of start tags are read here, inline in the parser's loop; the rarer ones at "<"
 // are not.
-inline XmlToken XmlScanner::nextToken(XmlParseContext& context) noexcept {
-    const char16_t* p = context.cursor;
+template <typename Unit>
+inline BasicXmlToken<Unit> XmlScanner::nextToken(BasicXmlParseContext<Unit>& context) noexcept {
+    const Unit* p = context.cursor;
     while (XmlChars::classOf(*p) == XmlChars::Space)
         ++p;
     switch (XmlChars::classOf(*p)) {
     case XmlChars::End:
         context.cursor = p;
-        return XmlToken{};
+        return BasicXmlToken<Unit>{};
     case XmlChars::Quote:
         return scanQuoted(context, p);
     case XmlChars::Slash:
-        if (p[1] == u'>') {
+        if (p[1] == '>') {
             context.cursor = p + 2;
-            return makeToken(XmlTokenKind::EmptyTagEnd, p, p + 2);
+            return makeXmlToken(XmlTokenKind::EmptyTagEnd, p, p + 2);
         }
         return scanWord(context, p, p + 1);
     case XmlChars::Less:
         return scanMarkup(context, p);
     case XmlChars::Equals:
         context.cursor = p + 1;
-        return makeToken(XmlTokenKind::Equals, p, p + 1);
+        return makeXmlToken(XmlTokenKind::Equals, p, p + 1);
     case XmlChars::Greater:
         context.cursor = p + 1;
-        return makeToken(XmlTokenKind::TagEnd, p, p + 1);
+        return makeXmlToken(XmlTokenKind::TagEnd, p, p + 1);
     default:
         return scanWord(context, p, p + 1);
     }
 }
 
-inline XmlToken XmlScanner::scanWord(XmlParseContext& context, const char16_t* start, const char16_t* p) noexcept {
-    bool hasReference = *start == u'&';
+template <typename Unit>
+inline BasicXmlToken<Unit> XmlScanner::scanWord(BasicXmlParseContext<Unit>& context, const Unit* start,
+                                                const Unit* p) noexcept {
+    bool hasReference = *start == '&';
     for (;; ++p) {
-        const char16_t c = *p;
+        const Unit c = *p;
         if (c >= 128)
             continue;
         const uint8_t role = XmlChars::wordRoles[c];
@@ -203,22 +244,23 @@ inline XmlToken XmlScanner::scanWord(XmlParseContext& context, const char16_t* s
             hasReference = true;
             continue;
         }
-        if (role == XmlChars::EndsBeforeClose && p[1] != u'>')
+        if (role == XmlChars::EndsBeforeClose && p[1] != '>')
             continue;
         break;
     }
     context.cursor = XmlChars::classOf(*p) == XmlChars::Space ? p + 1 : p;
-    XmlToken token = makeToken(XmlTokenKind::Text, start, p);
+    BasicXmlToken<Unit> token = makeXmlToken(XmlTokenKind::Text, start, p);
     token.hasReference = hasReference;
     return token;
 }
 
-inline XmlToken XmlScanner::scanQuoted(XmlParseContext& context, const char16_t* p) noexcept {
-    const char16_t quote = *p;
+template <typename Unit>
+inline BasicXmlToken<Unit> XmlScanner::scanQuoted(BasicXmlParseContext<Unit>& context, const Unit* p) noexcept {
+    const Unit quote = *p;
     bool hasReference = false;
-    const char16_t* q = p + 1;
+    const Unit* q = p + 1;
     for (;; ++q) {
-        const char16_t c = *q;
+        const Unit c = *q;
         if (c >= 128)
             continue;
         const uint8_t role = XmlChars::quotedRoles[c];
@@ -237,7 +279,7 @@ inline XmlToken XmlScanner::scanQuoted(XmlParseContext& context, const char16_t*
         return scanWord(context, p, p + 1);
     }
     context.cursor = q + 1;
-    XmlToken token = makeToken(XmlTokenKind::QuotedText, p, q + 1);
+    BasicXmlToken<Unit> token = makeXmlToken(XmlTokenKind::QuotedText, p, q + 1);
     token.hasReference = hasReference;
     return token;
 }
