@@ -76,16 +76,6 @@ TEST_F(NumberFormatTest, FixedMatchesPrintfForDecimalsAndWidths) {
     }
 }
 
-TEST_F(NumberFormatTest, AppendersMatchTheStringForms) {
-    for (double value : values) {
-        std::string g, fixed;
-        NumberFormat::appendG(g, value, 16);
-        NumberFormat::appendFixed(fixed, value, 1, 10);
-        ASSERT_EQ(g, NumberFormat::g(value, 16).toStdString());
-        ASSERT_EQ(fixed, NumberFormat::fixed(value, 1, 10).toStdString());
-    }
-}
-
 TEST(NumberFormatEdgeTest, IntegerMatchesPrintf) {
     for (long long value : {0LL, 1LL, -1LL, 42LL, 2147483647LL, -2147483648LL, 9007199254740993LL,
                             std::numeric_limits<long long>::max(), std::numeric_limits<long long>::min()})

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -82,40 +83,77 @@ INSTANTIATE_TEST_SUITE_P(ReportGenerator, PredictionJobTest, testing::Values(
     JobCase{withJob(u""), false, false},
     JobCase{u"<ORB_AnalystReport/>", false, false}));
 
+std::vector<std::string> headings(const std::string& page) {
+    std::vector<std::string> found;
+    for (size_t at = page.find("<H2 "); at != std::string::npos; at = page.find("<H2 ", at + 1)) {
+        const size_t start = page.find('>', at) + 1;
+        found.push_back(page.substr(start, page.find("</H2>", start) - start));
+    }
+    return found;
+}
+
+struct OrderCase {
+    const char* what;
+    std::u16string report;
+    std::vector<std::string> headings;
+};
+
+void PrintTo(const OrderCase& c, std::ostream* os) { *os << c.what; }
+
+class SectionOrderTest : public testing::TestWithParam<OrderCase> {};
+
+TEST_P(SectionOrderTest, HeadingsInPageOrder) {
+    EXPECT_EQ(headings(generate(GetParam().report).page), GetParam().headings);
+}
+
+const std::string ranking = "Discriminative Variables ranking";
+const std::string signaletic = "Signaletic Variables";
+const std::vector<std::string> lists = {
+    "General Counts", "Technical Parameters", "Variables that have been pruned",
+    "Suspicious Variables (removed because AUCuniv > AUCmax)", "Variable Ignored",
+    "Statistics for Variables in Model"};
+const std::string quality = "Highest Univariate Quality of variables (100 first only)";
+
+std::vector<std::string> join(std::vector<std::string> head, const std::vector<std::string>& tail) {
+    head.insert(head.end(), tail.begin(), tail.end());
+    return head;
+}
+
+std::u16string report(const std::u16string& job, const std::u16string& content) {
+    return u"<ORB_AnalystReport><GeneralStats predictionJob='" + job + u"'/>" + content +
+           u"</ORB_AnalystReport>";
+}
+
+INSTANTIATE_TEST_SUITE_P(ReportGenerator, SectionOrderTest, testing::Values(
+    OrderCase{"binary, no signaletic list", report(u"t", u""),
+              join(join({"Target:", ranking, "Lifts"}, lists), {quality})},
+    OrderCase{"binary, empty signaletic list", report(u"t", u"<VariablesIllustrative/>"),
+              join(join({"Target:", ranking, "Lifts"}, lists), {quality})},
+    OrderCase{"binary, one signaletic variable",
+              report(u"t", u"<VariablesIllustrative><v name='a' auc='0.5'/></VariablesIllustrative>"),
+              join(join({"Target:", ranking, "Lifts", signaletic}, lists), {quality})},
+    OrderCase{"continuous", report(u"C", u"<VariablesIllustrative><x/></VariablesIllustrative>"),
+              join({"Target:", ranking, "Graphics", signaletic}, lists)}));
+
 const std::u16string binaryReport =
     u"<ORB_AnalystReport version='3.1'><GeneralStats predictionJob='t'/>"
     u"<Target><HumanReadable>AT&amp;T &lt; 5</HumanReadable></Target></ORB_AnalystReport>";
 
-TEST(ReportGeneratorTest, PageOpensWithTheDocumentStart) {
-    EXPECT_EQ(generate(binaryReport).page.rfind("<!--[if ie 7]>\n<!DOCTYPE html", 0), 0u);
-}
-
-TEST(ReportGeneratorTest, HeadEndsAfterTheStyleSheetAndBodyOpensWithTheBanner) {
+// The rest of the frame is held against the golden pages; these are the generator's own lines.
+TEST(ReportGeneratorTest, BannerAndTargetLineOpenTheBody) {
     const std::string page = generate(binaryReport).page;
+    EXPECT_EQ(page.rfind("<!--[if ie 7]>", 0), 0u);
     EXPECT_NE(page.find("\n-->\n</style>\n</head>\n<body>\n<H1 "), std::string::npos);
     EXPECT_NE(page.find("\n\t  <u>Analyst report v3.1</u></span> </H1>"
                         "\n<H2 style=\"display:inline\">Target:</H2> \n\t\tAT&amp;T &lt; 5\n\t"),
               std::string::npos);
+    EXPECT_EQ(page.substr(page.size() - 16), "\n</body>\n</html>");
 }
 
 TEST(ReportGeneratorTest, MissingVersionAndTargetLeaveEmptyTexts) {
     const std::string page = generate(withJob(u"predictionJob='c'")).page;
     EXPECT_NE(page.find("<u>Analyst report v</u></span> </H1>"
                         "\n<H2 style=\"display:inline\">Target:</H2> \n\t\t\n\t"),
-              std::string::npos);
-}
-
-TEST(ReportGeneratorTest, PageEndsWithTheClosingTags) {
-    const std::string page = generate(binaryReport).page;
-    const std::string end = "\n</body>\n</html>";
-    ASSERT_GE(page.size(), end.size());
-    EXPECT_EQ(page.substr(page.size() - end.size()), end);
-}
-
-TEST(ReportGeneratorTest, TitleAndScriptsOpenTheHead) {
-    const std::string page = generate(binaryReport).page;
-    EXPECT_NE(page.find("charset=utf-8\">\n<head>\n<title>ORB - analyst report</title>\n"
-                        "\n<script type=\"text/javascript\" src=\"base_files/orbi.min.js\">"),
               std::string::npos);
 }
 
