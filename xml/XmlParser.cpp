@@ -25,7 +25,7 @@ bool endTagMatches(const char16_t* name, const Unit* endTag) {
 
 template <typename Unit>
 void addValuelessAttribute(BasicXmlParseContext<Unit>& context, const BasicXmlToken<Unit>& name, int32_t length) {
-    context.pendingAttributes.push_back({name.start, length, nullptr, 0, -1});
+    context.addPendingAttribute({name.start, length, nullptr, 0, -1});
 }
 
 template <typename Unit>
@@ -40,14 +40,14 @@ bool addValuedAttribute(BasicXmlParseContext<Unit>& context, const BasicXmlToken
         length -= 2;
     }
     if (!token.hasReference) {
-        context.pendingAttributes.push_back({name.start, name.length, value, length, -1});
+        context.addPendingAttribute({name.start, name.length, value, length, -1});
         return true;
     }
     const auto offset = static_cast<int32_t>(context.decodedValues.size());
     if (!XmlScanner::decodeEntitiesInto(value, length, context.decodedValues, context))
         return false;
     const auto decodedLength = static_cast<int32_t>(context.decodedValues.size()) - offset;
-    context.pendingAttributes.push_back({name.start, name.length, nullptr, decodedLength, offset});
+    context.addPendingAttribute({name.start, name.length, nullptr, decodedLength, offset});
     return true;
 }
 
@@ -129,10 +129,10 @@ XmlParser::TagOutcome XmlParser::parseStartTag(XmlNode& node, XmlNode& child, Ba
     // between the tag's error and NoElements.
     const TagOutcome outcome = readAttributes(node, context, isDeclaration);
     child = node.addChildCopy(name.start, name.length, isDeclaration, context.pendingAttributes.data(),
-                              static_cast<int32_t>(context.pendingAttributes.size()), context.decodedValues.data());
+                              context.pendingCount, context.decodedValues.data());
     if (outcome == TagOutcome::Closed)
         child.trim();
-    context.pendingAttributes.clear();
+    context.pendingCount = 0;
     context.decodedValues.clear();
     return outcome;
 }

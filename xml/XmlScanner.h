@@ -47,7 +47,13 @@ inline void xmlWidenCopy(const char16_t* units, size_t count, char16_t* out) noe
         std::memcpy(out, units, sizeof(char16_t) * count);
 }
 inline void xmlWidenCopy(const unsigned char* bytes, size_t count, char16_t* out) noexcept {
-    TextEncoding::windows1252ToUnits(bytes, count, out);
+    // Names and values are short: a plain loop beats a call for them.
+    if (count >= 32) {
+        TextEncoding::windows1252ToUnits(bytes, count, out);
+        return;
+    }
+    for (size_t i = 0; i < count; ++i)
+        out[i] = TextEncoding::windows1252Unit(bytes[i]);
 }
 
 template <typename Unit>
@@ -79,9 +85,17 @@ struct BasicXmlParseContext {
     const Unit* skippedFrom = nullptr;
     bool skippedReference = false;
 
-    // The attributes of the start tag being read, given to its element when the tag ends.
+    // The attributes of the start tag being read, given to its element when the tag ends. The
+    // storage only grows, so that adding one is a store in the parser's loop.
     std::vector<XmlAttributeSpan<Unit>> pendingAttributes;
+    int32_t pendingCount = 0;
     std::vector<char16_t> decodedValues;  // values that held references, decoded
+
+    void addPendingAttribute(const XmlAttributeSpan<Unit>& attribute) {
+        if (static_cast<size_t>(pendingCount) == pendingAttributes.size())
+            pendingAttributes.resize(pendingAttributes.size() * 2 + 16);
+        pendingAttributes[static_cast<size_t>(pendingCount++)] = attribute;
+    }
 };
 using XmlParseContext = BasicXmlParseContext<char16_t>;
 
@@ -200,7 +214,7 @@ inline BasicXmlToken<Unit> makeXmlToken(XmlTokenKind kind, const Unit* start, co
 // The tokens of start tags are read here, inline in the parser's loop; the rarer ones at "<"
 // are not.
 template <typename Unit>
-inline BasicXmlToken<Unit> XmlScanner::nextToken(BasicXmlParseContext<Unit>& context) noexcept {
+[[gnu::always_inline]] inline BasicXmlToken<Unit> XmlScanner::nextToken(BasicXmlParseContext<Unit>& context) noexcept {
     const Unit* p = context.cursor;
     while (XmlChars::classOf(*p) == XmlChars::Space)
         ++p;

@@ -9,8 +9,11 @@
 #include <fstream>
 #include <string>
 #include <system_error>
+#include <utility>
+#include <vector>
 #include <unistd.h>
 
+using XmlTest::dump;
 using XmlTest::utf8;
 
 namespace fs = std::filesystem;
@@ -152,6 +155,48 @@ TEST_F(XmlFileTest, FileOfTwoGigabytesIsRefusedBeforeReading) {
     EXPECT_TRUE(load(path, result).isEmpty());
     EXPECT_EQ(result.error, XmlError::FileTooLarge);
     EXPECT_EQ(result.line, 0);
+}
+
+std::string asciiBytes(const std::u16string& text) {
+    return std::string(text.begin(), text.end());
+}
+
+// Files take other paths through the parser than strings do: 8-bit text is read as bytes, and
+// both widths are scanned in blocks where the length is known. Every path must build the same
+// tree and report the same error at the same place.
+TEST_F(XmlFileTest, EveryInputPathBuildsTheSameTree) {
+    std::vector<std::u16string> documents = {
+        u"<?xml version='1.0'?>\n<r a=\"x &amp; y\" b=z c>\n  <c>t &lt;1&gt;<!-- n -->u</c><![CDATA[raw]]>\n</r>",
+        u"<a><b></a><c/>",
+        u"<r>AT&T</r>",
+        u"<a b=>",
+        u"<r><!-- open",
+        u"<!DOCTYPE d [ x ]><r><PRE> p </PRE></r></x>",
+    };
+    // References and stray "&" at every offset around the block boundaries.
+    for (size_t before = 0; before < 40; before += 3) {
+        const std::u16string padding(before, u'a');
+        documents.push_back(u"<r>" + padding + u"&amp;" + padding + u"b</r>");
+        documents.push_back(u"<r>" + padding + u" & " + padding + u"</r>");
+        documents.push_back(u"<r>" + padding + u"<c/>" + padding + u"</r>");
+    }
+    for (const std::u16string& document : documents) {
+        XmlParseResult expected;
+        const std::string expectedTree = dump(XmlNode::parseString(document.c_str(), nullptr, &expected));
+        const std::pair<const char*, std::string> files[] = {
+            {"8-bit", asciiBytes(document)},
+            {"UTF-16", "\xFF\xFE" + utf16Bytes(document, false)},
+            {"UTF-8", "\xEF\xBB\xBF" + asciiBytes(document)},
+        };
+        for (const auto& [encoding, bytes] : files) {
+            XmlParseResult result;
+            const XmlNode node = load(write("doc.xml", bytes), result);
+            EXPECT_EQ(dump(node), expectedTree) << encoding << ": " << utf8(document);
+            EXPECT_EQ(result.error, expected.error) << encoding << ": " << utf8(document);
+            EXPECT_EQ(result.line, expected.line) << encoding << ": " << utf8(document);
+            EXPECT_EQ(result.column, expected.column) << encoding << ": " << utf8(document);
+        }
+    }
 }
 
 struct SampleCase {

@@ -54,4 +54,26 @@ inline XmlNode parse(const char16_t* text, XmlParseResult* result = nullptr) {
     return XmlNode::parseString(text, nullptr, result != nullptr ? result : &ignored);
 }
 
+// The whole tree as one line: names, attributes, then the order list with texts, clears and
+// children, so that two trees compare with one EXPECT_EQ.
+inline std::string dump(const XmlNode& node) {
+    if (node.isEmpty())
+        return "(empty)";
+    std::string out = "<" + utf8(node.name()) + (node.isDeclaration() ? "?" : "");
+    for (int32_t i = 0; i < node.attributeCount(); ++i)
+        out += " " + utf8(node.attributeNameAt(i)) + "=" + utf8(node.attributeValueAt(i));
+    out += ">";
+    for (int32_t i = 0; i < node.orderCount(); ++i) {
+        const int32_t entry = node.orderAt(i);
+        const int32_t index = entry >> 2;
+        if ((entry & 3) == XmlChildItem)
+            out += dump(node.childAt(index));
+        else if ((entry & 3) == XmlTextItem)
+            out += "[" + utf8(node.textAt(index)) + "]";
+        else
+            out += "{" + utf8(node.clearAt(index)->value) + "}";
+    }
+    return out + "</>";
+}
+
 }  // namespace XmlTest
