@@ -108,10 +108,4 @@ TEST(TextEncodingTest, Utf8ReplacesEachMaximalInvalidSubpart) {
     }
 }
 
-TEST(TextEncodingTest, SwapByteOrderTurnsEveryUnit) {
-    char16_t units[] = {0x3C00, 0x00E9, 0x1234};
-    TextEncoding::swapByteOrder(units, 3);
-    EXPECT_EQ(std::u16string(units, 3), (std::u16string{0x003C, 0xE900, 0x3412}));
-}
-
 }  // namespace

@@ -236,15 +236,6 @@ TEST(XmlNodeBuildTest, DeletingAClearSectionRenumbersTheLaterOnes) {
     EXPECT_EQ(node.orderCount(), 1);
 }
 
-TEST(XmlNodeBuildTest, NullNamesAddNothing) {
-    XmlNode node = XmlNode::createNode(nullptr, nullptr, false);
-    EXPECT_TRUE(node.addChild(nullptr, false).isEmpty());
-    EXPECT_EQ(node.orderCount(), 0);
-    XmlNode empty;
-    EXPECT_TRUE(empty.addChild(xmlCopyString(u"c", 1), false).isEmpty());
-    empty.addText(xmlCopyString(u"t", 1));
-}
-
 // ---- typed readers ----
 
 struct IntCase {

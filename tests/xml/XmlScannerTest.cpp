@@ -78,13 +78,6 @@ TEST(XmlScannerTest, EndOfInputRepeatsWithoutMovingPastTheZero) {
     EXPECT_EQ(context.cursor, text + 1);
 }
 
-TEST(XmlScannerTest, WordConsumesOneFollowingWhiteSpaceUnit) {
-    const char16_t* text = u"ab  c";
-    XmlParseContext context = contextFor(text);
-    XmlScanner::nextToken(context);
-    EXPECT_EQ(context.cursor, text + 3);
-}
-
 // ---- raw sections ----
 
 struct ClearCase {
