@@ -115,13 +115,16 @@ void parseWithPugixml(benchmark::State& state, const BenchFile& file) {
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(fs::file_size(file.path)));
 }
 
-// Keeps the seconds per iteration of each run, to print the comparison after the usual table.
+// Keeps the CPU seconds per iteration of each benchmark (the mean when repeated), to print the
+// comparison after the usual table.
 class ComparingReporter : public benchmark::ConsoleReporter {
 public:
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& run : runs) {
-            if (run.run_type == Run::RT_Iteration && !run.error_occurred && run.iterations > 0)
-                secondsPerIteration[run.benchmark_name()] =
+            const bool single = run.run_type == Run::RT_Iteration;
+            const bool mean = run.run_type == Run::RT_Aggregate && run.aggregate_name == "mean";
+            if ((single || mean) && !run.error_occurred && run.iterations > 0)
+                secondsPerIteration[run.run_name.str()] =
                     run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
         }
         ConsoleReporter::ReportRuns(runs);
