@@ -33,12 +33,12 @@ int32_t blockCapacity(int32_t count, int32_t block) {
     return count == 0 ? 0 : (count / block + 1) * block;
 }
 
+// An emptied array may still be allocated (the order list after its last clear section went),
+// so the first entry reallocates rather than allocates.
 template <typename T>
 void growForAppend(T*& array, int32_t count, int32_t block) {
-    if (count == 0)
-        array = static_cast<T*>(allocateBytes(sizeof(T) * static_cast<size_t>(block)));
-    else if ((count + 1) % block == 0)
-        array = static_cast<T*>(reallocateBytes(array, sizeof(T) * static_cast<size_t>(count + 1 + block)));
+    if (count == 0 || (count + 1) % block == 0)
+        array = static_cast<T*>(reallocateBytes(array, sizeof(T) * static_cast<size_t>(count + block + (count == 0 ? 0 : 1))));
 }
 
 template <typename T>

@@ -216,6 +216,18 @@ TEST(XmlNodeBuildTest, ArraysGrowPastTheirBlocksAndAfterTrimming) {
     EXPECT_EQ(node.orderAt(241), (120 << 2) | XmlTextItem);
 }
 
+TEST(XmlNodeBuildTest, ListsEmptiedByDeletionTakeNewEntries) {
+    XmlNode node = XmlNode::createNode(xmlCopyString(u"r", 1), nullptr, false);
+    node.addClearSection(xmlCopyString(u"c", 1), u"<!--", u"-->");
+    node.deleteClearSection(0);
+    EXPECT_EQ(node.orderCount(), 0);
+    node.addText(xmlCopyString(u"t", 1));
+    node.addClearSection(xmlCopyString(u"d", 1), u"<!--", u"-->");
+    EXPECT_EQ(node.orderAt(0), (0 << 2) | XmlTextItem);
+    EXPECT_EQ(node.orderAt(1), (0 << 2) | XmlClearItem);
+    EXPECT_EQ(utf8(node.clearAt(0)->value), "d");
+}
+
 TEST(XmlNodeBuildTest, DeletingAClearSectionRenumbersTheLaterOnes) {
     XmlNode node = XmlNode::createNode(xmlCopyString(u"r", 1), nullptr, false);
     node.addClearSection(xmlCopyString(u"a", 1), u"<!--", u"-->");
