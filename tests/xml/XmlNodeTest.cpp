@@ -216,6 +216,17 @@ TEST(XmlNodeBuildTest, ArraysGrowPastTheirBlocksAndAfterTrimming) {
     EXPECT_EQ(node.orderAt(241), (120 << 2) | XmlTextItem);
 }
 
+TEST(XmlNodeBuildTest, ParsedElementTakesMoreAttributesAndChildren) {
+    XmlNode a = parse(u"<a x='1' y/>");
+    a.addAttribute(xmlCopyString(u"z", 1), xmlCopyString(u"3", 1));
+    a.addChild(xmlCopyString(u"c", 1), false);
+    ASSERT_EQ(a.attributeCount(), 3);
+    EXPECT_EQ(utf8(a.attribute(u"x")), "1");
+    EXPECT_EQ(a.attributeValueAt(1), nullptr);
+    EXPECT_EQ(utf8(a.attribute(u"z")), "3");
+    EXPECT_EQ(utf8(a.childAt(0).name()), "c");
+}
+
 TEST(XmlNodeBuildTest, ListsEmptiedByDeletionTakeNewEntries) {
     XmlNode node = XmlNode::createNode(xmlCopyString(u"r", 1), nullptr, false);
     node.addClearSection(xmlCopyString(u"c", 1), u"<!--", u"-->");
