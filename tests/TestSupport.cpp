@@ -30,14 +30,15 @@ TempDir::~TempDir() = default;
 QString TempDir::path() const { return dir_->path(); }
 QString TempDir::file(const QString& name) const { return dir_->filePath(name); }
 
-RunResult runAnarep(const QStringList& arguments, const QString& workingDirectory) {
+RunResult runAnarep(const QStringList& arguments, const QString& workingDirectory, int limitMs) {
     QProcess process;
     process.setWorkingDirectory(workingDirectory);
     process.start(anarepPath(), arguments);
     RunResult result;
-    if (!process.waitForFinished(60000)) {
+    if (!process.waitForFinished(limitMs)) {
         process.kill();
         process.waitForFinished();
+        result.timedOut = true;
         return result;
     }
     result.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;

@@ -34,12 +34,14 @@ private:
 };
 
 struct RunResult {
+    bool timedOut = false;  // killed at the time limit
     int exitCode = -1;
     QByteArray out;
     QByteArray err;
 };
 
-// Runs anarep with the given arguments in the given directory (60 s limit).
-RunResult runAnarep(const QStringList& arguments, const QString& workingDirectory);
+// Runs anarep with the given arguments in the given directory; the limit only guards against a
+// hang.
+RunResult runAnarep(const QStringList& arguments, const QString& workingDirectory, int limitMs = 60000);
 
 }  // namespace TestSupport
