@@ -53,7 +53,7 @@ constexpr const char* randomDiagonal =
     "\n\t      yAxis: 1,"
     "\n\t      data: [[0,0], [100,100]]";
 
-std::vector<std::string> liftSeries(const XmlNode& chartRoot,
+std::vector<std::string> liftSeries(ReportGenerator& generator, const XmlNode& chartRoot,
                                     std::span<const LiftSeriesSetting> settings) {
     std::vector<std::string> texts{randomDiagonal};
     for (const LiftSeriesSetting& setting : settings) {
@@ -65,8 +65,8 @@ std::vector<std::string> liftSeries(const XmlNode& chartRoot,
         series.showInLegend = setting.showInLegend;
         series.marker = setting.marker;
         series.enableMouseTracking = setting.enableMouseTracking;
-        series.data = buildPointList(chartRoot.childNamed(setting.element), setting.curve,
-                                     setting.coarse, 2);
+        series.data = generator.pointList(chartRoot.childNamed(setting.element), setting.curve,
+                                          setting.coarse, 2);
         texts.push_back(series.scriptText());
     }
     return texts;
@@ -170,7 +170,19 @@ void ReportGenerator::writeLiftChart(XmlNode root, const QString& kind,
     frame.extraTooltip = delivered ? "" : testLiftTooltip;
     frame.legend = liftLegend;
     frame.plotOptions = "\n\t      line:{animation  : false}";
-    frame.series = delivered ? liftSeries(root, deliveredSeries)
-                             : liftSeries(root, selectedPrunedSeries);
+    frame.series = delivered ? liftSeries(*this, root, deliveredSeries)
+                             : liftSeries(*this, root, selectedPrunedSeries);
     *this << frame.scriptText();
+}
+
+const std::string& ReportGenerator::pointList(const XmlNode& parent, const char16_t* curveName, bool coarse,
+                                              int yPrecision) {
+    XmlNode curve = parent.childNamed(curveName);
+    const auto key = std::make_tuple(static_cast<const XmlNodeData*>(curve.data()), coarse, yPrecision);
+    auto found = pointLists.find(key);
+    if (found == pointLists.end()) {
+        std::string text = buildPointList(parent, curveName, coarse, yPrecision);
+        found = pointLists.emplace(key, PointListEntry{std::move(curve), std::move(text)}).first;
+    }
+    return found->second.text;
 }

@@ -2,6 +2,7 @@
 
 #include "html/NumberFormat.h"
 #include "xml/Base64Decoder.h"
+#include "xml/Base64Index.h"
 
 #include <algorithm>
 #include <bit>
@@ -23,14 +24,22 @@ int64_t validByteCount(const char16_t* text, int64_t length, XmlError error) {
     return std::min(length, characters * 6 / 8);
 }
 
-// One decoded array of little-endian doubles.
+// One array of little-endian doubles. Regular base64 text is read in place, point by point;
+// other text is decoded whole, as the decoder alone knows how far such text goes.
 struct DoubleArray {
+    Base64Index index;
     Base64Decoder decoder;
-    const unsigned char* bytes = nullptr;
+    const unsigned char* bytes = nullptr;  // the whole decode, for irregular text only
     int64_t length = 0;      // what the text should decode to
     int64_t validBytes = 0;  // what it did decode to; 0 when the text is unusable
 
-    explicit DoubleArray(const char16_t* text) {
+    explicit DoubleArray(const char16_t* text) : index(text) {
+        if (index.shape() == Base64Index::Shape::Regular) {
+            length = validBytes = index.length();
+            return;
+        }
+        if (index.shape() == Base64Index::Shape::Unusable)
+            return;
         int32_t decodedLength = 0;
         XmlError error = XmlError::None;
         const auto* decoded = decoder.decode(text, &decodedLength, &error);
@@ -46,9 +55,14 @@ struct DoubleArray {
 
     bool holds(int64_t count) const { return count >= 1 && validBytes >= count * 8; }
 
-    double at(int64_t index) const {
+    double at(int64_t position) const {
+        unsigned char read[8];
+        const unsigned char* p = read;
+        if (bytes != nullptr)
+            p = bytes + position * 8;
+        else
+            index.read(position * 8, 8, read);
         // Little-endian whatever the host; compilers turn this into one load on x86.
-        const unsigned char* p = bytes + index * 8;
         uint64_t bits = 0;
         for (int k = 7; k >= 0; --k)
             bits = (bits << 8) | p[k];

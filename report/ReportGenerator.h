@@ -7,6 +7,10 @@
 
 #include <QString>
 
+#include <map>
+#include <string>
+#include <tuple>
+
 class ReportGenerator : public HtmlWriter {
 public:
     ReportGenerator(XmlNode reportRoot, XmlNode chartRoot, const QString& pageName,
@@ -52,6 +56,10 @@ public:
     void writeModalityChart(XmlNode variable, bool binaryTarget);
     void writeLiftChart(XmlNode chartRoot, const QString& kind, const QString& title);
     void writePredictionChart(XmlNode curves, const QString& kind, const QString& title);
+    // buildPointList, remembered for the generator's lifetime: the two lift charts show some
+    // curves alike, and a curve may hold millions of points.
+    const std::string& pointList(const XmlNode& parent, const char16_t* curveName, bool coarse,
+                                 int yPrecision);
 
     // Set by generate() from the prediction job; tests set it directly.
     bool isBinaryTarget = true;
@@ -63,4 +71,12 @@ private:
     // Declared in this order so that destruction releases the chart root first.
     XmlNode reportRoot;
     XmlNode chartRoot;
+
+    // Point lists by curve element and format. Each entry holds its curve, so that no other
+    // element can take the curve's address while the entry is there.
+    struct PointListEntry {
+        XmlNode curve;
+        std::string text;
+    };
+    std::map<std::tuple<const XmlNodeData*, bool, int>, PointListEntry> pointLists;
 };

@@ -1,37 +1,17 @@
 #include "xml/Base64Decoder.h"
 
-#include <array>
+#include "xml/Base64Table.h"
+
 #include <cstdlib>
 #include <new>
 
 namespace {
 
-constexpr uint8_t padding = 96;
-constexpr uint8_t whiteSpace = 97;
-constexpr uint8_t invalid = 98;
-constexpr uint8_t endOfText = 99;
-
-constexpr std::array<uint8_t, 256> makeDecodeTable() {
-    std::array<uint8_t, 256> table{};
-    for (auto& entry : table)
-        entry = invalid;
-    const char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    for (uint8_t i = 0; i < 64; ++i)
-        table[static_cast<unsigned char>(alphabet[i])] = i;
-    table['='] = padding;
-    table['\t'] = whiteSpace;
-    table['\n'] = whiteSpace;
-    table['\r'] = whiteSpace;
-    table[' '] = whiteSpace;
-    table[0] = endOfText;
-    return table;
-}
-
-constexpr std::array<uint8_t, 256> decodeTable = makeDecodeTable();
-
-uint8_t classify(char16_t unit) {
-    return unit > 255 ? invalid : decodeTable[unit];
-}
+using Base64Table::classify;
+using Base64Table::endOfText;
+using Base64Table::invalid;
+using Base64Table::padding;
+using Base64Table::whiteSpace;
 
 void setError(XmlError* error, XmlError value) {
     if (error != nullptr)

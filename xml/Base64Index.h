@@ -1,0 +1,36 @@
+#pragma once
+// Random access to the bytes of long base64 text without decoding all of it. One pass checks
+// the text and notes, for every block of units, how many significant units come before it; a
+// read then decodes from the nearest block on. A chart curve of a million points is read for a
+// few hundred of them, so this saves a buffer of the whole array and almost all of the decoding.
+
+#include <cstdint>
+#include <vector>
+
+class Base64Index {
+public:
+    enum class Shape {
+        Unusable,   // null text, a character outside the alphabet, or nothing significant in it
+        Irregular,  // padding before the end, a length that is no multiple of 4, and the like:
+                    // Base64Decoder alone knows what such text decodes to
+        Regular,    // decodes completely, to exactly length() bytes
+    };
+
+    // Reads the whole text once; the text must stay alive and unchanged while reads are made.
+    explicit Base64Index(const char16_t* text);
+
+    Shape shape() const noexcept { return shape_; }
+    // Bytes that regular text decodes to (Base64Decoder::decodedLength); 0 for other shapes.
+    int32_t length() const noexcept { return length_; }
+    // Decodes count bytes from offset on into out. Regular text only, with offset + count <=
+    // length().
+    void read(int64_t offset, int32_t count, unsigned char* out) const noexcept;
+
+private:
+    static constexpr int64_t blockUnits = 256;
+
+    const char16_t* text_ = nullptr;
+    Shape shape_ = Shape::Unusable;
+    int32_t length_ = 0;
+    std::vector<uint32_t> significantBefore_;  // one entry per block of blockUnits units
+};
