@@ -5,10 +5,11 @@
 #include "html/XmlText.h"
 
 #include <QFile>
-#include <QTextStream>
 
+#include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 
 HtmlWriter::HtmlWriter(const QString& pageName, const QString& basePath_)
@@ -18,21 +19,21 @@ HtmlWriter::HtmlWriter(const QString& pageName, const QString& basePath_)
       styleTableEvenLine(QStringLiteral("OrbStyle_tableEvenLine")),
       basePath(basePath_),
       file(new QFile(pageName)) {
-    // Unbuffered binary mode: line feeds reach the file as single bytes on every platform.
-    if (file->open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        stream = new QTextStream(file);
-        stream->setEncoding(QStringConverter::Utf8);
-        stream->setGenerateByteOrderMark(false);
-    }
+    // Binary mode: line feeds reach the file as single bytes on every platform. No byte-order
+    // mark is written.
+    writable = file->open(QIODevice::WriteOnly | QIODevice::Truncate);
+    if (writable)
+        block.reserve(blockBytes + 4096);
 }
 
-HtmlWriter::HtmlWriter(QString* target, const QString& basePath_)
+HtmlWriter::HtmlWriter(QString* target_, const QString& basePath_)
     : styleFixed(QStringLiteral("OrbStyle_fixed")),
       styleFixedSmall(QStringLiteral("OrbStyle_fixedSmall")),
       styleTableOddLine(QStringLiteral("OrbStyle_tableOddLine")),
       styleTableEvenLine(QStringLiteral("OrbStyle_tableEvenLine")),
       basePath(basePath_),
-      stream(new QTextStream(target, QIODevice::WriteOnly)) {}
+      writable(target_ != nullptr),
+      targetString(target_) {}
 
 HtmlWriter::~HtmlWriter() {
     close();
@@ -40,42 +41,96 @@ HtmlWriter::~HtmlWriter() {
 }
 
 void HtmlWriter::close() {
-    if (stream) {
-        stream->flush();
-        delete stream;
-        stream = nullptr;
-    }
+    if (writable && targetString == nullptr)
+        writeBlock();
+    writable = false;
     if (file)
         file->close();
 }
 
+void HtmlWriter::writeBlock() {
+    if (!block.empty())
+        file->write(block.data(), static_cast<qint64>(block.size()));
+    block.clear();
+}
+
+void HtmlWriter::appendUtf16(QStringView text) {
+    if (targetString != nullptr) {
+        targetString->append(text);
+        return;
+    }
+    const size_t start = block.size();
+    if (!encoderHoldsUnit) {
+        // ASCII is its own UTF-8: copy it, and fall back to the encoder at the first other unit.
+        block.resize(start + static_cast<size_t>(text.size()));
+        char* out = block.data() + start;
+        const char16_t* units = text.utf16();
+        qsizetype i = 0;
+        for (; i < text.size() && units[i] < 0x80; ++i)
+            out[i] = static_cast<char>(units[i]);
+        if (i == text.size()) {
+            if (block.size() >= blockBytes)
+                writeBlock();
+            return;
+        }
+        block.resize(start);
+    }
+    block.resize(start + static_cast<size_t>(encoder.requiredSpace(text.size())));
+    char* end = encoder.appendToBuffer(block.data() + start, text);
+    block.resize(static_cast<size_t>(end - block.data()));
+    if (!text.isEmpty())
+        encoderHoldsUnit = text.back().isHighSurrogate();
+    if (block.size() >= blockBytes)
+        writeBlock();
+}
+
+void HtmlWriter::appendUtf8(const char* bytes, size_t size) {
+    if (targetString == nullptr && !encoderHoldsUnit) {
+        bool ascii = true;
+        for (size_t i = 0; i < size && ascii; ++i)
+            ascii = static_cast<unsigned char>(bytes[i]) < 0x80;
+        if (ascii) {
+            block.append(bytes, size);
+            if (block.size() >= blockBytes)
+                writeBlock();
+            return;
+        }
+    }
+    // Other bytes take the way through UTF-16, which also turns malformed sequences into
+    // replacement characters.
+    appendUtf16(QString::fromUtf8(bytes, static_cast<qsizetype>(size)));
+}
+
 HtmlWriter& HtmlWriter::operator<<(const QString& text) {
-    if (stream)
-        *stream << text;
+    if (writable)
+        appendUtf16(text);
     return *this;
 }
 
 HtmlWriter& HtmlWriter::operator<<(QStringView text) {
-    if (stream)
-        *stream << text;
+    if (writable)
+        appendUtf16(text);
     return *this;
 }
 
 HtmlWriter& HtmlWriter::operator<<(const char* utf8) {
-    if (stream)
-        *stream << QString::fromUtf8(utf8);
+    if (writable && utf8 != nullptr)
+        appendUtf8(utf8, std::strlen(utf8));
     return *this;
 }
 
 HtmlWriter& HtmlWriter::operator<<(const std::string& utf8) {
-    if (stream)
-        *stream << QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
+    if (writable)
+        appendUtf8(utf8.data(), utf8.size());
     return *this;
 }
 
 HtmlWriter& HtmlWriter::operator<<(int value) {
-    if (stream)
-        *stream << NumberFormat::integer(value);
+    if (writable) {
+        char digits[16];
+        const auto result = std::to_chars(digits, digits + sizeof digits, value);
+        appendUtf8(digits, static_cast<size_t>(result.ptr - digits));
+    }
     return *this;
 }
 

@@ -5,11 +5,12 @@
 #include "xml/XmlNode.h"
 
 #include <QString>
+#include <QStringEncoder>
 
+#include <cstddef>
 #include <string>
 
 class QFile;
-class QTextStream;
 
 class HtmlWriter {
 public:
@@ -22,7 +23,7 @@ public:
     HtmlWriter& operator=(const HtmlWriter&) = delete;
 
     // True when the page file (or the target string) is open for writing.
-    bool isOpen() const { return stream != nullptr; }
+    bool isOpen() const { return writable; }
     // Flushes the stream and closes the page file; later writes go nowhere.
     void close();
 
@@ -65,5 +66,21 @@ protected:
     const QString styleTableEvenLine;
     const QString basePath;
     QFile* file = nullptr;
-    QTextStream* stream = nullptr;
+
+private:
+    // The page goes out as UTF-8 in blocks of this size: most of its text is ASCII and is
+    // copied straight into the block, without a UTF-16 stage or a call per piece.
+    static constexpr size_t blockBytes = size_t{1} << 20;
+
+    void appendUtf16(QStringView text);
+    void appendUtf8(const char* bytes, size_t size);
+    void writeBlock();
+
+    bool writable = false;
+    QString* targetString = nullptr;  // the string of the testing constructor, which takes UTF-16
+    std::string block;          // UTF-8 not yet written to the file
+    // Other text is encoded by a stateful encoder, as a text stream would: a surrogate pair
+    // split between two pieces still becomes one character.
+    QStringEncoder encoder{QStringEncoder::Utf8};
+    bool encoderHoldsUnit = false;  // the last encoded piece ended in a high surrogate
 };
