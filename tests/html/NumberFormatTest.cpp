@@ -76,6 +76,29 @@ TEST_F(NumberFormatTest, FixedMatchesPrintfForDecimalsAndWidths) {
     }
 }
 
+// Few decimals are formatted in integer arithmetic: exact binary ties at every scale, decimal
+// fractions that sit just off a tie, and the edge of that arithmetic's range.
+TEST_F(NumberFormatTest, FewDecimalsMatchPrintfAtTiesAndRangeEdges) {
+    std::vector<double> tricky = {9007199254740991.0, 9007199254740992.0, -9007199254740991.5,
+                                  4503599627370495.5, 0.0005, 0.0015, 0.0025, 1.0005, 2.675, 1.45, 0.045};
+    std::mt19937_64 random(11);
+    for (int shift = 0; shift <= 80; ++shift) {
+        for (int i = 0; i < 40; ++i) {
+            const auto k = static_cast<double>(random() % (uint64_t{1} << (1 + random() % 53)));
+            tricky.push_back(std::ldexp(k, -shift));
+            tricky.push_back(-std::ldexp(k + 0.5, -shift));
+        }
+    }
+    for (int thousandths = 0; thousandths < 20000; ++thousandths)
+        tricky.push_back(thousandths / 1000.0 + 0.0005);
+    for (int decimals = 0; decimals <= 3; ++decimals) {
+        const std::string format = "%9." + std::to_string(decimals) + "f";
+        for (double value : tricky)
+            ASSERT_EQ(NumberFormat::fixed(value, decimals, 9).toStdString(), printfString(format.c_str(), value))
+                << format << " of " << printfString("%.17g", value);
+    }
+}
+
 TEST(NumberFormatEdgeTest, IntegerMatchesPrintf) {
     for (long long value : {0LL, 1LL, -1LL, 42LL, 2147483647LL, -2147483648LL, 9007199254740993LL,
                             std::numeric_limits<long long>::max(), std::numeric_limits<long long>::min()})
