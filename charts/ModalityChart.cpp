@@ -31,11 +31,39 @@ struct ModalityPass {
     double overall() const { return nLines == 0 ? 0.0 : weighted / static_cast<double>(nLines); }
 };
 
-std::string categoryLabel(const char16_t* name) {
-    QString label = xmlText(name);
-    if (label.size() > 103)
-        label = label.left(100) + QStringLiteral("...");
-    return quotedUtf8(HtmlWriter::escapeHtml(label).trimmed());
+// The category of a modality: its name cut to 100 characters and "...", escaped for the page,
+// trimmed, and made safe inside the script's quotes, appended to out.
+void appendCategoryLabel(std::string& out, const char16_t* name) {
+    size_t length = 0;
+    if (!HtmlWriter::isAscii(name, &length)) {
+        QString label = xmlText(name);
+        if (label.size() > 103)
+            label = label.left(100) + QStringLiteral("...");
+        out += quotedUtf8(HtmlWriter::escapeHtml(label).trimmed());
+        return;
+    }
+    // The same steps on ASCII alone, the usual case, without QString. Escaping has already
+    // replaced quotes and "<", so quoting is left with backslashes and line breaks.
+    std::string escaped;
+    const bool cut = length > 103;
+    HtmlWriter::appendEscapedAscii(escaped, name, cut ? 100 : length);
+    if (cut)
+        escaped += "...";
+    const auto isSpace = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+    size_t first = 0;
+    size_t last = escaped.size();
+    while (first < last && isSpace(escaped[first]))
+        ++first;
+    while (last > first && isSpace(escaped[last - 1]))
+        --last;
+    for (size_t i = first; i < last; ++i) {
+        switch (escaped[i]) {
+        case '\\': out += "\\\\"; break;
+        case '\n': out += "\\n"; break;
+        case '\r': out += "\\r"; break;
+        default: out += escaped[i];
+        }
+    }
 }
 
 // The truncated sum of targets, or the lowest 32-bit value when that is no 32-bit number.
@@ -48,7 +76,9 @@ std::string targetEntry(double sumTarget) {
 
 void appendShownModality(ModalityPass& pass, const XmlNode& modality, int nOcc,
                          double sumTarget, double rate, bool binaryTarget) {
-    pass.categories += "'" + categoryLabel(modality.attribute(u"name")) + "'";
+    pass.categories += '\'';
+    appendCategoryLabel(pass.categories, modality.attribute(u"name"));
+    pass.categories += '\'';
     pass.counts += std::to_string(nOcc);
     if (binaryTarget) {
         NumberFormat::appendJsFixed(pass.rates, rate, 2);

@@ -150,6 +150,30 @@ QString HtmlWriter::escapeHtml(const QString& text) {
     return out;
 }
 
+void HtmlWriter::appendEscapedAscii(std::string& out, const char16_t* text, size_t length) {
+    for (size_t i = 0; i < length; ++i) {
+        switch (text[i]) {
+        case u'&': out += "&amp;"; break;
+        case u'<': out += "&lt;"; break;
+        case u'>': out += "&gt;"; break;
+        case u'"': out += "&quot;"; break;
+        case u'\'': out += "&apos;"; break;
+        default: out += static_cast<char>(text[i]);
+        }
+    }
+}
+
+bool HtmlWriter::isAscii(const char16_t* text, size_t* length) {
+    size_t i = 0;
+    bool ascii = true;
+    if (text != nullptr) {
+        for (; text[i] != 0; ++i)
+            ascii = ascii && text[i] < 0x80;
+    }
+    *length = i;
+    return ascii;
+}
+
 void HtmlWriter::writeH2(const QString& text, const QString& style) {
     *this << "\n<H2 ";
     if (!style.isEmpty())

@@ -39,6 +39,10 @@ public:
     void writeAnnotationAttributes(const QString& annotation, const QString& text);
     // Replaces & < > " ' by their entities, ampersand first.
     static QString escapeHtml(const QString& text);
+    // escapeHtml for the first length units of text, all of them ASCII, appended as UTF-8.
+    static void appendEscapedAscii(std::string& out, const char16_t* text, size_t length);
+    // True when text is null or holds only ASCII units; *length receives its length.
+    static bool isAscii(const char16_t* text, size_t* length);
 
     // The page frame.
     void writeDocumentStart();

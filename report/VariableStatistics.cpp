@@ -7,8 +7,8 @@
 #include <QLatin1StringView>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdint>
-#include <cstdio>
 #include <string>
 
 namespace {
@@ -22,8 +22,11 @@ constexpr qsizetype kNameLimit = 103;
 constexpr qsizetype kNameKept = 100;
 
 void appendInteger(std::string& out, int32_t value, int width) {
+    // printf's "%*d", without its format parsing.
     char buffer[16];
-    const int length = std::snprintf(buffer, sizeof buffer, "%*d", width, static_cast<int>(value));
+    const auto length = static_cast<int>(std::to_chars(buffer, buffer + sizeof buffer, value).ptr - buffer);
+    if (width > length)
+        out.append(static_cast<size_t>(width - length), ' ');
     out.append(buffer, static_cast<size_t>(length));
 }
 
@@ -34,21 +37,51 @@ public:
     ModalityRowComposer(bool binaryTarget, int nLine, double sumTargetTotal)
         : binaryTarget_(binaryTarget), nLine_(nLine), sumTargetTotal_(sumTargetTotal) {}
 
-    // The whole row: span start, name column, number columns, span end.
-    const QString& compose(const XmlNode& modality, const QString& styleClass) {
+    // Writes the whole row: span start, name column, number columns, span end. A name of ASCII
+    // alone, the usual case, is composed as UTF-8 at once; any other goes through QString.
+    void write(HtmlWriter& page, const XmlNode& modality, const QString& styleClass) {
+        numbers_.clear();
+        appendNumbers(modality);
+        const char16_t* name = modality.attribute(u"name");
+        size_t length = 0;
+        if (!HtmlWriter::isAscii(name, &length)) {
+            page << compose(xmlText(name), styleClass);
+            return;
+        }
+        bytes_.clear();
+        bytes_ += "<span class=\"";
+        for (QChar c : styleClass)
+            bytes_ += static_cast<char>(c.unicode());
+        bytes_ += "\">\n   ";
+        const auto nameLength = static_cast<qsizetype>(length);
+        const bool cut = nameLength > kNameLimit;
+        HtmlWriter::appendEscapedAscii(bytes_, name, cut ? kNameKept : length);
+        if (cut)
+            bytes_ += "...";
+        const qsizetype shown = cut ? kNameKept + 3 : nameLength;
+        if (shown < kNameWidth)
+            bytes_.append(static_cast<size_t>(kNameWidth - shown), ' ');
+        if (nameLength > kNameWidth) {
+            bytes_ += '\n';
+            bytes_.append(static_cast<size_t>(3 + kNameWidth), ' ');
+        }
+        bytes_ += numbers_;
+        bytes_ += "</span>";
+        page << bytes_;
+    }
+
+private:
+    const QString& compose(const QString& name, const QString& styleClass) {
         row_.resize(0);
         row_ += u"<span class=\"";
         row_ += styleClass;
         row_ += u"\">\n   ";
-        appendName(xmlText(modality.attribute(u"name")));
-        numbers_.clear();
-        appendNumbers(modality);
+        appendName(name);
         row_ += QLatin1StringView(numbers_.data(), static_cast<qsizetype>(numbers_.size()));
         row_ += u"</span>";
         return row_;
     }
 
-private:
     void appendName(const QString& name) {
         const QString shown = name.size() > kNameLimit ? name.left(kNameKept) + QStringLiteral("...") : name;
         row_ += HtmlWriter::escapeHtml(shown);
@@ -88,6 +121,7 @@ private:
     const int nLine_;
     const double sumTargetTotal_;
     QString row_;
+    std::string bytes_;
     std::string numbers_;
 };
 
@@ -155,7 +189,7 @@ void ReportGenerator::writeModalityTable(const XmlNode& variable, bool binaryTar
     forEachChildNamed(variable, u"Modality", [&](const XmlNode& modality) {
         if (dropSingles && parseIntOr(modality.attribute(u"nOcc"), 0) <= 1)
             return;
-        *this << composer.compose(modality, evenLine ? styleTableEvenLine : styleTableOddLine);
+        composer.write(*this, modality, evenLine ? styleTableEvenLine : styleTableOddLine);
         evenLine = !evenLine;
     });
     *this << "\n</pre>";
