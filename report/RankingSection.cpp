@@ -61,8 +61,11 @@ struct ModalityExtremes {
 
 ModalityExtremes modalityExtremes(const XmlNode& variable) {
     ModalityExtremes extremes;
-    forEachChildNamed(variable, u"Modality", [&extremes](const XmlNode& modality) {
-        const double index = ReportGenerator::modalityIndex(modality, -1, -1.0);
+    // The modalities' parent is the variable: its counts are read once, not once per modality.
+    const int nLine = parseIntOr(variable.attribute(u"nLine"), 0);
+    const double sumTargetTotal = parseDoubleOr(variable.attribute(u"sumTargetTotal"), 0.0);
+    forEachChildNamed(variable, u"Modality", [&](const XmlNode& modality) {
+        const double index = ReportGenerator::modalityIndex(modality, nLine, sumTargetTotal);
         if (index < extremes.lowest)
             extremes.lowest = index;
         if (index != 0.0 && index < extremes.lowestNonZero)
