@@ -86,10 +86,17 @@ void HtmlWriter::appendUtf16(QStringView text) {
 
 void HtmlWriter::appendUtf8(const char* bytes, size_t size) {
     if (targetString == nullptr && !encoderHoldsUnit) {
-        bool ascii = true;
-        for (size_t i = 0; i < size && ascii; ++i)
-            ascii = static_cast<unsigned char>(bytes[i]) < 0x80;
-        if (ascii) {
+        // Eight bytes at a time: chart scripts come in pieces of many kilobytes.
+        uint64_t high = 0;
+        size_t i = 0;
+        for (; i + 8 <= size; i += 8) {
+            uint64_t word;
+            std::memcpy(&word, bytes + i, sizeof word);
+            high |= word;
+        }
+        for (; i < size; ++i)
+            high |= static_cast<unsigned char>(bytes[i]);
+        if ((high & 0x8080808080808080u) == 0) {
             block.append(bytes, size);
             if (block.size() >= blockBytes)
                 writeBlock();
@@ -150,6 +157,70 @@ QString HtmlWriter::escapeHtml(const QString& text) {
     return out;
 }
 
+namespace {
+
+bool isAsciiLetter(QChar c) {
+    return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z');
+}
+
+// Elements whose content is not markup (script, raw text, foreign content): a document text
+// that opened one would take the rest of the page with it.
+bool opensRawContent(const QString& name) {
+    static const char* const names[] = {"script", "style",    "textarea", "title", "xmp",      "iframe",  "noembed",
+                                        "noframes", "noscript", "plaintext", "template", "svg", "math"};
+    for (const char* raw : names)
+        if (name.compare(QLatin1StringView(raw), Qt::CaseInsensitive) == 0)
+            return true;
+    return false;
+}
+
+// Whether the "<" at text[at] may stay: it starts no markup at all (a digit, a blank or the
+// end follows), or a bare start or end tag of an ordinary element.
+bool harmlessLessThan(const QString& text, qsizetype at) {
+    qsizetype start = at + 1;
+    const bool endTag = start < text.size() && text[start] == u'/';
+    if (endTag)
+        ++start;
+    if (start >= text.size() || !isAsciiLetter(text[start]))
+        return !endTag && (start >= text.size() || (text[start] != u'!' && text[start] != u'?'));
+    qsizetype end = start;
+    while (end < text.size() && (isAsciiLetter(text[end]) || (text[end] >= u'0' && text[end] <= u'9')))
+        ++end;
+    return end < text.size() && text[end] == u'>' && (endTag || !opensRawContent(text.mid(start, end - start)));
+}
+
+}  // namespace
+
+QString HtmlWriter::inertMarkup(const QString& text) {
+    if (!text.contains(u'<'))
+        return text;
+    QString out;
+    out.reserve(text.size() + 8);
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i] == u'<' && !harmlessLessThan(text, i))
+            out += u"&lt;";
+        else
+            out += text[i];
+    }
+    return out;
+}
+
+QString HtmlWriter::attributeValue(const QString& text) {
+    if (!text.contains(u'&') && !text.contains(u'"'))
+        return text;
+    QString out;
+    out.reserve(text.size() + 8);
+    for (QChar c : text) {
+        if (c == u'&')
+            out += u"&amp;";
+        else if (c == u'"')
+            out += u"&quot;";
+        else
+            out += c;
+    }
+    return out;
+}
+
 void HtmlWriter::appendEscapedAscii(std::string& out, const char16_t* text, size_t length) {
     for (size_t i = 0; i < length; ++i) {
         switch (text[i]) {
@@ -197,20 +268,20 @@ void HtmlWriter::writeH3(const QString& text, const QString& id, const QString& 
 }
 
 void HtmlWriter::writeLink(const QString& text, const QString& id) {
-    *this << "<A  href=\"#label_" << id << "\" >" << text << "</A>";
+    *this << "<A  href=\"#label_" << attributeValue(id) << "\" >" << inertMarkup(text) << "</A>";
 }
 
 void HtmlWriter::writeAnchor(const QString& text, const QString& id) {
-    *this << "<A  name=\"label_" << id << "\" >" << text << "</A>";
+    *this << "<A  name=\"label_" << attributeValue(id) << "\" >" << inertMarkup(text) << "</A>";
 }
 
 void HtmlWriter::writeImage(const QString& src, const QString& alt, int width, int height) {
-    *this << "<img src=\"" << src << "\" alt=\"" << alt << "\" width=\"" << width
+    *this << "<img src=\"" << attributeValue(src) << "\" alt=\"" << attributeValue(alt) << "\" width=\"" << width
           << "\" height=\"" << height << "\"/>";
 }
 
 void HtmlWriter::writeChartDiv(const QString& id) {
-    *this << "<div id=\"" << id << "\" style=\"width: " << 560 << "px; height: " << 512
+    *this << "<div id=\"" << attributeValue(id) << "\" style=\"width: " << 560 << "px; height: " << 512
           << "px; margin: 0 auto\"></div>";
 }
 
@@ -219,7 +290,7 @@ void HtmlWriter::writeContainerDiv(const QString& id, int count) {
     long long width = std::max(800LL, 30LL * count);
     if (width > 1024)
         width = std::max(800LL, 15LL * count);
-    *this << "<div id=\"container" << id << "\" style=\"width: "
+    *this << "<div id=\"container" << attributeValue(id) << "\" style=\"width: "
           << NumberFormat::integer(width) << "px; height: 450px; margin: 0 auto\"></div>";
 }
 
@@ -321,7 +392,7 @@ void HtmlWriter::writeBanner(const QString& caption) {
              "\n\t  <b><font style=\"color:red\"   >O</font>pen <font style=\"color:red\" >R</font>eport <font style=\"color:red\" >B</font>uilder"
              "\n\t  Ed<font style=\"color:red\">i</font>tion</b>"
              "\n\t  <img src=\"" << basePath << "_files/logo.png\" width=\"50\" height=\"55\" align=\"absmiddle\" />"
-             "\n\t  <u>" << caption << "</u></span> </H1>";
+             "\n\t  <u>" << inertMarkup(caption) << "</u></span> </H1>";
 }
 
 void HtmlWriter::writeBar(double value, double maximum, int width) {
