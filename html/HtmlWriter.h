@@ -27,7 +27,9 @@ public:
     // Flushes the stream and closes the page file; later writes go nowhere.
     void close();
 
-    // Markup operations; text is written unchanged unless the name says otherwise.
+    // Markup operations; text is written unchanged unless the name says otherwise, except that
+    // link and anchor texts and the banner caption go through inertMarkup, and ids, image
+    // sources and alternative texts through attributeValue.
     void writeH2(const QString& text, const QString& style = QString());
     void writeH3(const QString& text, const QString& id, const QString& annotation,
                  const QString& style = QString());
@@ -39,6 +41,13 @@ public:
     void writeAnnotationAttributes(const QString& annotation, const QString& text);
     // Replaces & < > " ' by their entities, ampersand first.
     static QString escapeHtml(const QString& text);
+    // Document text that the page shows as markup: a bare tag such as <b> or </b> stays, but a
+    // "<" that would open a comment, a declaration, a tag with attributes, or an element whose
+    // content the browser reads as script or raw text becomes &lt;. Text without such a "<"
+    // is returned unchanged.
+    static QString inertMarkup(const QString& text);
+    // Document text inside a double-quoted attribute value: & and " become entities.
+    static QString attributeValue(const QString& text);
     // escapeHtml for the first length units of text, all of them ASCII, appended as UTF-8.
     static void appendEscapedAscii(std::string& out, const char16_t* text, size_t length);
     // True when text is null or holds only ASCII units; *length receives its length.

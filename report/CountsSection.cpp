@@ -10,7 +10,7 @@ namespace {
 const char kSpacerRow[] = "\n  <tr><td colspan=\"7\"></td></tr>";
 
 QString textOf(const XmlNode& stats, const char16_t* attribute) {
-    return xmlText(stats.attribute(attribute));
+    return HtmlWriter::inertMarkup(xmlText(stats.attribute(attribute)));
 }
 
 int32_t integerOf(const XmlNode& stats, const char16_t* attribute) {

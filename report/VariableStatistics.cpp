@@ -127,7 +127,7 @@ private:
 
 void writeModalityTableHeader(HtmlWriter& page, const XmlNode& variable, bool binaryTarget) {
     if (binaryTarget)
-        page << "\nUnivariate AUC=  " << xmlText(variable.attribute(u"auc")) << " %"
+        page << "\nUnivariate AUC=  " << HtmlWriter::inertMarkup(xmlText(variable.attribute(u"auc"))) << " %"
                 "                                    Count       %         Count         Proba        %"
                 "\n                                                           Dataset   DataSet      Target       Target      Index ";
     else

@@ -50,8 +50,17 @@ INSTANTIATE_TEST_SUITE_P(HtmlWriter, MarkupTest, testing::Values(
                "\n<H2 >AUCuniv > AUCmax</H2>"},
     MarkupCase{"h3 bare text escaped", [](HtmlWriter& w) { w.writeH3(s("a<b & c"), none, none); },
                "\n\t<H3  >a&lt;b &amp; c\n\t</H3>"},
-    MarkupCase{"h3 anchor text unescaped", [](HtmlWriter& w) { w.writeH3(s("x<y"), s("7"), none); },
-               "\n\t<H3  ><A  name=\"label_7\" >x<y</A>\n\t</H3>"},
+    MarkupCase{"h3 anchor text unescaped", [](HtmlWriter& w) { w.writeH3(s("x <b>y</b> & z"), s("7"), none); },
+               "\n\t<H3  ><A  name=\"label_7\" >x <b>y</b> & z</A>\n\t</H3>"},
+    MarkupCase{"h3 anchor text cannot open a tag with attributes",
+               [](HtmlWriter& w) { w.writeH3(s("x<y"), s("7"), none); },
+               "\n\t<H3  ><A  name=\"label_7\" >x&lt;y</A>\n\t</H3>"},
+    MarkupCase{"link id cannot end its attribute",
+               [](HtmlWriter& w) { w.writeLink(s("N"), s("1\" onclick=\"x&")); },
+               "<A  href=\"#label_1&quot; onclick=&quot;x&amp;\" >N</A>"},
+    MarkupCase{"container id cannot end its attribute",
+               [](HtmlWriter& w) { w.writeContainerDiv(s("\"><script>"), 0); },
+               "<div id=\"container&quot;><script>\" style=\"width: 800px; height: 450px; margin: 0 auto\"></div>"},
     MarkupCase{"h3 with annotation and id",
                [](HtmlWriter& w) { w.writeH3(s("Age group"), s("1"), s("AGE_GRP")); },
                "\n\t<H3  onmouseover=\"annotationShow(this,'AGE_GRP','Age group')\" "
@@ -86,6 +95,45 @@ INSTANTIATE_TEST_SUITE_P(HtmlWriter, MarkupTest, testing::Values(
     MarkupCase{"bare annotation attributes",
                [](HtmlWriter& w) { w.writeAnnotationAttributes(s("a"), s("b")); },
                " onmouseover=\"annotationShow(this,'a','b')\" onmouseout=\"annotationHide(this)\" "}));
+
+struct InertCase {
+    const char* input;
+    const char* expected;
+};
+
+void PrintTo(const InertCase& c, std::ostream* os) { *os << c.input; }
+
+class InertMarkupTest : public testing::TestWithParam<InertCase> {};
+
+// Document text shown as markup keeps bare tags and every "<" that opens nothing; whatever could
+// bring a script, hide the page in a comment or raw text, or carry attributes is defused.
+TEST_P(InertMarkupTest, DefusesOnlyWhatCouldTakeOverThePage) {
+    EXPECT_EQ(HtmlWriter::inertMarkup(s(GetParam().input)).toStdString(), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(HtmlWriter, InertMarkupTest, testing::Values(
+    InertCase{"Age & <group>", "Age & <group>"},
+    InertCase{"bank <2019>.csv", "bank <2019>.csv"},
+    InertCase{"a < b <", "a < b <"},
+    InertCase{"<b>x</b><H1>y</H1>", "<b>x</b><H1>y</H1>"},
+    InertCase{"</script>", "</script>"},
+    InertCase{"<script>x=</script>", "&lt;script>x=</script>"},
+    InertCase{"<SCRIPT>", "&lt;SCRIPT>"},
+    InertCase{"<style><title><textarea><xmp><iframe><noscript><plaintext><template><svg><math>",
+              "&lt;style>&lt;title>&lt;textarea>&lt;xmp>&lt;iframe>&lt;noscript>&lt;plaintext>&lt;template>"
+              "&lt;svg>&lt;math>"},
+    InertCase{"<img src=x onerror=alert(1)>", "&lt;img src=x onerror=alert(1)>"},
+    InertCase{"x<!--y", "x&lt;!--y"},
+    InertCase{"<?php", "&lt;?php"},
+    InertCase{"</ x>", "&lt;/ x>"},
+    InertCase{"a</", "a&lt;/"},
+    InertCase{"<b", "&lt;b"},
+    InertCase{"<a-b>", "&lt;a-b>"}));
+
+TEST(HtmlWriterTest, AttributeValuesEscapeOnlyAmpersandAndQuote) {
+    EXPECT_EQ(HtmlWriter::attributeValue(s("img/v 1.png")).toStdString(), "img/v 1.png");
+    EXPECT_EQ(HtmlWriter::attributeValue(s("a&b\"c'<d>")).toStdString(), "a&amp;b&quot;c'<d>");
+}
 
 struct EscapeCase {
     const char* input;

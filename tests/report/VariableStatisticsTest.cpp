@@ -227,7 +227,7 @@ TEST(HighestUnivariateQualityTest, LinesWithBarsMarksAndLinks) {
     EXPECT_EQ(renderSection(document, quality),
               kQualityHeading + kQualityOpen +
                   line + qualityBar(100) + "&nbsp;&nbsp;     92.500 % : (deleted) <A  href=\"#label_30\" >DURATION</A></div>\n" +
-                  line + qualityBar(99) + "&nbsp;&nbsp;     85.000 % : <A  href=\"#label_1\" >a<b</A></div>\n" +
+                  line + qualityBar(99) + "&nbsp;&nbsp;     85.000 % : <A  href=\"#label_1\" >a&lt;b</A></div>\n" +
                   line + qualityBar(0) + "&nbsp;&nbsp;     -0.000 % : (deleted) <A  href=\"#label_41\" >N</A></div>\n" +
                   line + qualityBar(1) + "&nbsp;&nbsp;      1.000 % : <A  href=\"#label_\" >M</A></div>\n" +
                   line + qualityBar(1) + "&nbsp;&nbsp;      1.000 % : <A  href=\"#label_\" >K</A></div>\n" +
