@@ -370,15 +370,16 @@ std::vector<HostileCase> base64Cases() {
     return cases;
 }
 
-// Quotes of both kinds, a backslash, end tags and a comment opener before a script tag, and
-// every kind of line break, written as XML attribute text.
+// Quotes of both kinds, a backslash, end tags and a comment opener before a script tag, every
+// kind of line break, and markup that would bring a script or hide the page, written as XML
+// attribute text.
 const char* const hostileText =
     "it&apos;s &quot;q&quot; \\ &lt;/script&gt;&lt;!--&lt;script&gt; &lt;/SCRIPT &gt;&#10;line&#13;&#x2028;"
-    "&#x2029;\ntab\t\\u0027 end\\";
+    "&#x2029;\ntab\t\\u0027 &lt;script&gt;1+&lt;/script&gt;&lt;img src=x onerror=&quot;1+&quot;&gt;"
+    "&lt;textarea&gt;&lt;b&gt;end\\";
 
 // Every attribute of the document, or every one that holds no number, gets the hostile text in
-// front of its value (each value stays distinct, so ids still tell variables apart). The
-// version is left alone: the banner shows it as markup.
+// front of its value (each value stays distinct, so ids still tell variables apart).
 QByteArray hostileAttributes(const QByteArray& document, bool numbersToo) {
     static const QRegularExpression attribute(QStringLiteral(" ([A-Za-z_]+)=\"([^\"]*)\""));
     static const QRegularExpression number(QStringLiteral("^-?[0-9.eE+-]*$"));
@@ -387,7 +388,7 @@ QByteArray hostileAttributes(const QByteArray& document, bool numbersToo) {
     qsizetype from = 0;
     for (const QRegularExpressionMatch& m : attribute.globalMatch(text)) {
         const QString name = m.captured(1);
-        const bool keep = name == u"version" || name == u"encoding" || name == u"predictionJob" ||
+        const bool keep = name == u"encoding" || name == u"predictionJob" ||
                           (!numbersToo && name != u"idx" && number.match(m.captured(2)).hasMatch());
         result += text.mid(from, m.capturedStart() - from);
         result += keep ? m.captured(0)
