@@ -611,15 +611,29 @@ double parseDoubleOr(const char16_t* text, double fallback) noexcept {
     const char16_t* p = skipSpaceAndSign(text, negative);
     const char16_t* start = p;
     int64_t mantissaDigits = 0;
-    while (isDigit(*p))
+    int64_t fractionDigits = 0;
+    uint64_t mantissa = 0;  // exact while mantissaDigits <= 19
+    while (isDigit(*p)) {
+        mantissa = mantissa * 10 + static_cast<uint64_t>(*p - u'0');
         ++p, ++mantissaDigits;
+    }
     if (*p == u'.') {
         ++p;
-        while (isDigit(*p))
-            ++p, ++mantissaDigits;
+        while (isDigit(*p)) {
+            mantissa = mantissa * 10 + static_cast<uint64_t>(*p - u'0');
+            ++p, ++mantissaDigits, ++fractionDigits;
+        }
     }
     if (mantissaDigits == 0)
         return fallback;
+    // Up to 15 digits and no exponent, the usual attribute: both the digits and the power of ten
+    // are exact doubles, so one division rounds exactly as the full conversion would.
+    if (mantissaDigits <= 15 && *p != u'e' && *p != u'E') {
+        static constexpr double powers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7,
+                                            1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+        const double value = static_cast<double>(mantissa) / powers[fractionDigits];
+        return negative ? -value : value;
+    }
     if (*p == u'e' || *p == u'E') {
         const char16_t* exponent = p + 1;
         if (*exponent == u'-' || *exponent == u'+')
