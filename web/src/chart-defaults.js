@@ -6,6 +6,8 @@
 (function (Highcharts) {
   'use strict';
 
+  var SVG_NS = 'http://www.w3.org/2000/svg';
+
   Highcharts.setOptions({
     credits: {enabled: false},
     // Aligned ticks override the fixed max and tickInterval of the secondary axes.
@@ -31,6 +33,19 @@
     return Object.prototype.toString.call(value) === '[object Array]' ? value : [value];
   }
 
+  function isNumber(value) {
+    return typeof value === 'number' && isFinite(value);
+  }
+
+  // A length such as 20, '20' or '20px' as a number of pixels, else null.
+  function pixels(value) {
+    if (isNumber(value)) {
+      return value;
+    }
+    var match = /^\s*(\d+(?:\.\d+)?)(px)?\s*$/.exec(String(value));
+    return match ? parseFloat(match[1]) : null;
+  }
+
   // The old releases measured an axis title's margin from the axis line; the new
   // ones add it to the label width, which pushes the titles out of the chart.
   function placeAxisTitles(axes) {
@@ -43,21 +58,362 @@
     }
   }
 
+  // The prediction charts give their y-axis titles a margin inside the style, where
+  // no release ever read it, and fix the chart's margin on that side at 40 pixels:
+  // less than the tick labels alone need, so the titles fell outside the chart. The
+  // style's margin becomes the title's distance from the labels, and that side of the
+  // chart is left for the library to size to labels, margin and title.
+  function makeRoomForStyledTitles(chartOptions, axes) {
+    var list = asList(axes);
+    for (var i = 0; i < list.length; i++) {
+      var axis = list[i];
+      var title = axis && axis.title;
+      var margin = title && title.style && pixels(title.style.margin);
+      if (!title || title.text === undefined || title.text === null || title.text === ''
+          || title.enabled === false || margin === null || title.margin !== undefined
+          || title.offset !== undefined) {
+        continue;
+      }
+      title.margin = margin;
+      freeMargin(chartOptions, axis.opposite ? 1 : 3);
+    }
+  }
+
+  var SIDES = ['Top', 'Right', 'Bottom', 'Left'];
+
+  function freeMargin(chartOptions, side) {
+    if (!chartOptions) {
+      return;
+    }
+    var margin = chartOptions.margin;
+    if (margin !== undefined && margin !== null) {
+      var sides = typeof margin === 'object' ? asList(margin).slice(0, 4) : [margin, margin, margin, margin];
+      sides[side] = null;
+      chartOptions.margin = sides;
+    }
+    delete chartOptions['margin' + SIDES[side]];
+  }
+
+  function topMargin(chartOptions) {
+    if (!chartOptions) {
+      return null;
+    }
+    if (isNumber(chartOptions.marginTop)) {
+      return chartOptions.marginTop;
+    }
+    var margin = chartOptions.margin;
+    if (isNumber(margin)) {
+      return margin;
+    }
+    return margin && isNumber(margin[0]) ? margin[0] : null;
+  }
+
+  function lineCount(text) {
+    var breaks = String(text).match(/<br\s*\/?>/gi);
+    return 1 + (breaks ? breaks.length : 0);
+  }
+
+  // The library's own line height for a font size (its fontMetrics): a bit over the
+  // size, so an estimate from it errs on the side of room.
+  function lineHeight(size) {
+    return size < 24 ? size + 3 : Math.round(size * 1.2);
+  }
+
+  function shownText(options) {
+    return options && options.text !== undefined && options.text !== null && options.text !== ''
+      && options.floating !== true && (options.verticalAlign || 'top') === 'top';
+  }
+
+  var TITLE_EM = 1.2;
+  var SUBTITLE_EM = 0.8;
+  var TITLE_GAP = 2;
+  var SMALLEST = 0.6;
+
+  // The lift charts fix their top margin at 60 pixels and stack a bold title over a
+  // two-line subtitle, which at the library's sizes runs into the plot, where the
+  // curves reach 100. A chart with a fixed top margin gets its title and subtitle set
+  // smaller (and a little higher) just enough to clear the plot; one whose titles
+  // fit, like the modality charts, is left as it is.
+  function fitTitles(options) {
+    var top = topMargin(options.chart);
+    if (top === null) {
+      return;
+    }
+    var title = options.title;
+    var subtitle = options.subtitle;
+    if (!shownText(title) || (title.style && title.style.fontSize)
+        || (subtitle && subtitle.style && subtitle.style.fontSize)) {
+      return;
+    }
+    var chartFont = chartFontSize(options.chart);
+    if (chartFont === null) {
+      return;
+    }
+    var spacing = options.chart.spacingTop;
+    if (!isNumber(spacing)) {
+      spacing = asList(options.chart.spacing || Highcharts.getOptions().chart.spacing)[0];
+    }
+    if (!isNumber(spacing)) {
+      return;
+    }
+    var titleLines = lineCount(title.text);
+    var subtitleLines = shownText(subtitle) ? lineCount(subtitle.text) : 0;
+    var needed = function (scale, space) {
+      return space + TITLE_GAP + titleLines * lineHeight(TITLE_EM * chartFont * scale)
+        + subtitleLines * lineHeight(SUBTITLE_EM * chartFont * scale);
+    };
+    var room = top - TITLE_GAP;
+    if (needed(1, spacing) <= room) {
+      return;
+    }
+    var space = Math.min(spacing, 5);
+    var scale = 1;
+    while (scale > SMALLEST && needed(scale, space) > room) {
+      scale = Math.round((scale - 0.02) * 100) / 100;
+    }
+    options.chart.spacingTop = space;
+    title.style = title.style || {};
+    title.style.fontSize = round(TITLE_EM * scale) + 'em';
+    if (subtitleLines) {
+      subtitle.style = subtitle.style || {};
+      subtitle.style.fontSize = round(SUBTITLE_EM * scale) + 'em';
+    }
+  }
+
+  function round(value) {
+    return Math.round(value * 10000) / 10000;
+  }
+
   function disabledWhenFalse(options, key) {
     if (options && options[key] === false) {
       options[key] = {enabled: false};
     }
   }
 
+  // Font sizes without asking the browser. The library reads the computed font size
+  // of every text it builds; each reading makes the browser bring the style of the
+  // whole document up to date, which on a report of some hundred charts and tens of
+  // megabytes costs more than drawing the chart. Inside a chart every text carries its
+  // size in its own style attribute, relative to the chart's root (1rem), so while a
+  // chart is being built the size is worked out from those attributes. Anything else
+  // (no size up to the root, an unknown unit) is left to the browser.
+  var building = 0;
+  var rootSize = null;
+
+  function rootFontSize() {
+    if (rootSize === null) {
+      rootSize = parseFloat(window.getComputedStyle(document.documentElement, '').getPropertyValue('font-size'));
+    }
+    return rootSize;
+  }
+
+  function sizeOf(text, parentSize) {
+    var match = /^(\d*\.?\d+)(px|em|rem|%)$/.exec(text);
+    if (!match) {
+      return null;
+    }
+    var value = parseFloat(match[1]);
+    switch (match[2]) {
+      case 'px': return value;
+      case 'rem': return value * rootFontSize();
+      case 'em': return parentSize === null ? null : value * parentSize;
+      default: return parentSize === null ? null : value * parentSize / 100;
+    }
+  }
+
+  function fontSizeFromStyles(node) {
+    var factors = [];
+    for (; node && node.nodeType === 1; node = node.parentNode) {
+      if (node.namespaceURI !== SVG_NS) {
+        return null;
+      }
+      var given = node.style && node.style.fontSize;
+      if (given) {
+        var absolute = /(px|rem)$/.test(given);
+        var size = absolute ? sizeOf(given, null) : null;
+        if (!absolute) {
+          factors.push(given);
+          continue;
+        }
+        if (size === null) {
+          return null;
+        }
+        for (var i = factors.length - 1; i >= 0 && size !== null; i--) {
+          size = sizeOf(factors[i], size);
+        }
+        return size === null ? null : round(size);
+      }
+    }
+    return null;
+  }
+
+  function chartFontSize(chartOptions) {
+    var style = chartOptions && chartOptions.style;
+    var defaults = Highcharts.getOptions().chart.style;
+    // The renderer's own default when neither the chart nor the defaults set one.
+    var given = (style && style.fontSize) || (defaults && defaults.fontSize) || '1rem';
+    return /(px|rem)$/.test(given) ? sizeOf(given, null) : null;
+  }
+
+  var getStyle = Highcharts.SVGElement.prototype.getStyle;
+  Highcharts.SVGElement.prototype.getStyle = function (property) {
+    if (building && property === 'font-size') {
+      var size = fontSizeFromStyles(this.element || this);
+      if (size !== null) {
+        return size + 'px';
+      }
+    }
+    return getStyle.call(this, property);
+  };
+
+  // The report's chart containers state their size in their own style attribute. Read
+  // from there, the size needs no layout of the document, which the library would
+  // otherwise force twice per chart before anything is drawn.
+  function inlineSize(element) {
+    var style = element && element.style;
+    if (!style || style.display === 'none' || style.padding || style.border || style.borderWidth
+        || style.boxSizing) {
+      return null;
+    }
+    var width = /px$/.test(style.width) ? pixels(style.width) : null;
+    var height = /px$/.test(style.height) ? pixels(style.height) : null;
+    return width === null || height === null ? null : {width: width, height: height};
+  }
+
+  var getContainerBox = Highcharts.Chart.prototype.getContainerBox;
+  Highcharts.Chart.prototype.getContainerBox = function () {
+    return inlineSize(this.renderTo) || getContainerBox.call(this);
+  };
+
+  // The library looks for a <base> element before every chart, to work around links
+  // inside the drawing resolving against it. Without a base address differing from the
+  // page's own there is nothing to work around, and the look-up walks the whole
+  // document each time.
+  function withoutFragment(url) {
+    return String(url).split('#')[0];
+  }
+
+  var referenceURL = Highcharts.SVGRenderer.prototype.getReferenceURL;
+  Highcharts.SVGRenderer.prototype.getReferenceURL = function () {
+    if (withoutFragment(document.baseURI) === withoutFragment(window.location.href)) {
+      return '';
+    }
+    return referenceURL.call(this);
+  };
+
+  // A finished chart notes where it sits on the page for the pointer, which lays out the
+  // document once more per chart. The pointer finds out again whenever the mouse enters
+  // the chart, so the note is left until it is needed.
+  var Pointer = Highcharts.Pointer;
+  if (Pointer && Pointer.prototype.getChartPosition) {
+    var chartPosition = Pointer.prototype.getChartPosition;
+    Pointer.prototype.getChartPosition = function () {
+      if (building && !this.chartPosition) {
+        return {left: 0, top: 0, scaleX: 1, scaleY: 1};
+      }
+      return chartPosition.call(this);
+    };
+  }
+
+  // Series grow into place over a second, and on a long page the animations of the
+  // charts built in the last second share every frame with the chart being built. No
+  // one sees a chart grow below the window (it has long stood still when scrolled to),
+  // so a chart outside the window is drawn at once.
+  function inView(element) {
+    var box = element.getBoundingClientRect();
+    var height = window.innerHeight || document.documentElement.clientHeight;
+    var width = window.innerWidth || document.documentElement.clientWidth;
+    return box.bottom >= 0 && box.top <= height && box.right >= 0 && box.left <= width;
+  }
+
+  function stillSeries(series) {
+    for (var i = 0; i < series.length; i++) {
+      if (series[i] && series[i].animation === undefined) {
+        series[i].animation = false;
+      }
+    }
+  }
+
+  function containerOf(chartOptions) {
+    var target = chartOptions && chartOptions.renderTo;
+    return typeof target === 'string' ? document.getElementById(target) : target;
+  }
+
+  // The page runs each chart script as a jQuery ready handler, which jQuery calls as a
+  // task of its own. Between two tasks the browser draws a frame, and in a document of
+  // tens of megabytes with hundreds of charts a frame costs about as much as a chart:
+  // the handlers are run in turn, several to a task, for up to SLICE_MS at a time. Each
+  // handler's failure is still reported on its own and stops no other.
+  var SLICE_MS = 250;
+  var $ = window.jQuery;
+
+  function now() {
+    return window.performance && window.performance.now ? window.performance.now() : new Date().getTime();
+  }
+
+  function reportFailure(error) {
+    if ($.Deferred && $.Deferred.exceptionHook) {
+      $.Deferred.exceptionHook(error);
+    }
+    $.readyException(error);
+  }
+
+  if ($ && $.fn && $.fn.ready && $.readyException) {
+    var ready = $.fn.ready;
+    var waiting = [];
+    var runWaiting = function () {
+      var start = now();
+      while (waiting.length) {
+        var handler = waiting.shift();
+        try {
+          handler.call(document, $);
+        } catch (error) {
+          reportFailure(error);
+        }
+        if (waiting.length && now() - start >= SLICE_MS) {
+          window.setTimeout(runWaiting, 0);
+          return;
+        }
+      }
+    };
+    $.fn.ready = function (handler) {
+      if (typeof handler !== 'function') {
+        return this;
+      }
+      waiting.push(handler);
+      if (waiting.length === 1) {
+        ready.call(this, runWaiting);
+      }
+      return this;
+    };
+  }
+
   Highcharts.wrap(Highcharts.Chart.prototype, 'init', function (proceed, userOptions, callback) {
     if (userOptions) {
       placeAxisTitles(userOptions.yAxis);
+      makeRoomForStyledTitles(userOptions.chart, userOptions.yAxis);
+      fitTitles(userOptions);
       disabledWhenFalse(userOptions, 'legend');
       var series = asList(userOptions.series);
       for (var i = 0; i < series.length; i++) {
         disabledWhenFalse(series[i], 'marker');
       }
+      var container = containerOf(userOptions.chart);
+      // A container sized in its style attribute is shown: the library's check for a
+      // hidden one is a layout of the whole document.
+      if (container && userOptions.chart.skipClone === undefined && inlineSize(container)) {
+        userOptions.chart.skipClone = true;
+      }
+      if (container && !inView(container)) {
+        stillSeries(series);
+      }
     }
-    return proceed.call(this, userOptions, callback);
+    building++;
+    rootSize = null;
+    try {
+      return proceed.call(this, userOptions, callback);
+    } finally {
+      building--;
+    }
   });
 })(Highcharts);

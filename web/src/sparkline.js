@@ -107,13 +107,8 @@
     return type === 'bar' ? pixels : Math.min(pixels, auto);
   }
 
-  function pixelHeight(element, height) {
-    if (height === 'auto') {
-      var probe = $('<span>X</span>').appendTo(element);
-      var lineHeight = probe[0].offsetHeight;
-      probe.remove();
-      return lineHeight;
-    }
+  // A given height in pixels; 'auto' is measured on the page (see measure below).
+  function givenHeight(height) {
     var pixels = Math.round(parseFloat(height));
     return isFinite(pixels) ? pixels : 0;
   }
@@ -288,16 +283,42 @@
     });
   }
 
+  // Reading a size from the page makes the browser lay the document out again if
+  // anything changed since the last reading, and a report can hold a thousand
+  // sparklines in tens of megabytes of page. Measuring and drawing each element in
+  // turn would lay the page out once per element; instead every element is measured
+  // first (its visibility and, for an 'auto' height, the height of one line of its
+  // text), which takes one layout, and only then are the canvases put in.
+  function measure(jobs) {
+    $.each(jobs, function (i, job) {
+      if (job.settings.height === 'auto') {
+        job.probe = $('<span>X</span>').appendTo(job.element)[0];
+      }
+    });
+    $.each(jobs, function (i, job) {
+      // Drawing needs a laid-out element: a hidden one would measure as zero.
+      job.shown = !job.hasContent || $(job.element).is(':visible');
+      job.attached = $.contains(document.documentElement, job.element);
+      job.height = job.probe ? job.probe.offsetHeight : givenHeight(job.settings.height);
+    });
+    $.each(jobs, function (i, job) {
+      if (job.probe) {
+        $(job.probe).remove();
+        job.probe = null;
+      }
+    });
+  }
+
   $.fn.sparkline = function (values, options) {
     var fromText = values === undefined || values === 'html' || values === 'myhtml';
-    return this.each(function () {
+    var type = (options && options.type) || common.type;
+    var kind = kinds[type];
+    if (!kind) {
+      return this;
+    }
+    var jobs = [];
+    this.each(function () {
       var element = this;
-      var type = (options && options.type) || common.type;
-      var kind = kinds[type];
-      // Drawing needs a laid-out element: a hidden one would measure as zero.
-      if (!kind || ($(element).html() !== '' && !$(element).is(':visible'))) {
-        return;
-      }
       var settings = $.extend({}, common, kind.defaults, options);
       var list;
       if (fromText) {
@@ -317,13 +338,26 @@
       } else {
         list = $.makeArray(values);
       }
-      var width = pixelWidth(settings.width, type, list.length, settings.defaultPixelsPerValue);
-      var height = pixelHeight(element, settings.height);
-      var canvas = makeCanvas(element, width, height, settings.composite);
-      if (!canvas.getContext) {
+      jobs.push({
+        element: element,
+        settings: settings,
+        list: list,
+        hasContent: $(element).html() !== '',
+        width: pixelWidth(settings.width, type, list.length, settings.defaultPixelsPerValue)
+      });
+    });
+    measure(jobs);
+    $.each(jobs, function (i, job) {
+      // An element taken out of the page by an earlier one's drawing (one nested in
+      // another) is left alone, as it would have been found hidden.
+      if (!job.shown || (job.attached && !$.contains(document.documentElement, job.element))) {
         return;
       }
-      kind.draw(canvas.getContext('2d'), canvas.width, canvas.height, list, settings);
+      var canvas = makeCanvas(job.element, job.width, job.height, job.settings.composite);
+      if (canvas.getContext) {
+        kind.draw(canvas.getContext('2d'), canvas.width, canvas.height, job.list, job.settings);
+      }
     });
+    return this;
   };
 })(jQuery);

@@ -4,7 +4,7 @@
 import {after, before, describe, test} from 'node:test';
 import assert from 'node:assert/strict';
 import {join} from 'node:path';
-import {WEB_DIR, fileUrl, launchBrowser, waitForCharts} from './browser.mjs';
+import {BUNDLE, WEB_DIR, fileUrl, launchBrowser, waitForCharts} from './browser.mjs';
 
 const TEN_TO_HUNDRED = [0, 10, 20, 30, 40, 50, 60, 70, 80, 90, 100];
 
@@ -21,8 +21,8 @@ const PAGES = [
   {
     file: 'continuous-charts.html',
     charts: [
-      {id: 'delivered', kind: 'prediction', series: 3},
-      {id: 'selectedPruned', kind: 'prediction', series: 6},
+      {id: 'delivered', kind: 'prediction', series: 3, titles: ['predicted target']},
+      {id: 'selectedPruned', kind: 'prediction', series: 6, titles: ['prediction error']},
       {id: 'container7', kind: 'modality', series: 3, titles: ['Target', 'nOccurence']},
     ],
   },
@@ -31,10 +31,50 @@ const PAGES = [
 let browser;
 const opened = new Map();
 
+// Runs once the bundle has set itself up and before the chart scripts: compares every
+// font size the library is given while it builds a chart with what the browser computes,
+// and counts how often the browser was asked for the style of an element in the page
+// (each asking brings the style of the whole document up to date; asking about a text not
+// yet in the drawing does not).
+function watchFontSizes() {
+  const seen = window.__fontSizes = {checked: 0, differing: [], asked: 0};
+  document.addEventListener('DOMContentLoaded', () => {
+    const proto = Highcharts.SVGElement.prototype;
+    const given = proto.getStyle;
+    const computedStyle = window.getComputedStyle;
+    let reading = false;
+    window.getComputedStyle = function (element, ...rest) {
+      if (reading && element.isConnected) {
+        seen.asked++;
+      }
+      return computedStyle.call(this, element, ...rest);
+    };
+    proto.getStyle = function (property) {
+      reading = true;
+      let value;
+      try {
+        value = given.call(this, property);
+      } finally {
+        reading = false;
+      }
+      if (property === 'font-size' && Highcharts.charts.some((c) => c && !c.hasRendered)) {
+        const node = this.element || this;
+        const computed = getComputedStyle(node, '').getPropertyValue('font-size');
+        seen.checked++;
+        if (computed !== value && parseFloat(computed) !== parseFloat(value)) {
+          seen.differing.push(`${node.nodeName} "${node.textContent.slice(0, 30)}": ${value} for ${computed}`);
+        }
+      }
+      return value;
+    };
+  });
+}
+
 before(async () => {
   browser = await launchBrowser();
   for (const {file, charts} of PAGES) {
     const {page, errors} = await browser.newPage();
+    await page.addInitScript(watchFontSizes);
     await page.goto(fileUrl(join(WEB_DIR, 'tests', 'fixtures', file)));
     await waitForCharts(page, charts.length);
     opened.set(file, {page, errors});
@@ -56,9 +96,15 @@ function measure(page, id) {
     };
     const visible = (element) => element && getComputedStyle(element).visibility !== 'hidden'
       && element.getAttribute('opacity') !== '0' && element.getBoundingClientRect().width > 0;
+    const fontSize = (element) => parseFloat(getComputedStyle(element).fontSize);
     return {
       width: box.width,
       height: box.height,
+      plot: {left: chart.plotLeft, top: chart.plotTop, right: chart.plotLeft + chart.plotWidth,
+        bottom: chart.plotTop + chart.plotHeight},
+      title: chart.title ? {...rect(chart.title.element), fontSize: fontSize(chart.title.element)} : null,
+      subtitle: chart.subtitle ? {...rect(chart.subtitle.element), fontSize: fontSize(chart.subtitle.element)} : null,
+      rootFontSize: fontSize(document.documentElement),
       credits: chart.container.querySelectorAll('.highcharts-credits').length,
       text: Array.from(chart.container.querySelectorAll('text')).map((t) => t.textContent).join(' '),
       series: chart.series.map((s) => ({
@@ -105,6 +151,14 @@ for (const {file, charts} of PAGES) {
       assert.deepEqual(opened.get(file).errors, []);
     });
 
+    test('font sizes worked out while building are the computed ones', async () => {
+      const seen = await opened.get(file).page.evaluate(() => window.__fontSizes);
+      assert.ok(seen.checked > 20, `${seen.checked} font sizes read`);
+      assert.deepEqual(seen.differing, []);
+      // Once per chart, for the size of the page's root font.
+      assert.ok(seen.asked <= charts.length, `the browser was asked ${seen.asked} times for ${charts.length} charts`);
+    });
+
     for (const expected of charts) {
       describe(`${expected.kind} chart ${expected.id}`, () => {
         let chart;
@@ -132,16 +186,36 @@ for (const {file, charts} of PAGES) {
 
         test('y-axis titles and labels lie inside the chart', () => {
           const titles = chart.yAxes.map((axis) => axis.title).filter(Boolean);
-          assert.deepEqual(titles.map((t) => t.text), expected.titles ?? titles.map((t) => t.text));
-          // The prediction charts' y titles carry their margin in the style, which no
-          // release reads; the library puts them where it likes.
-          if (expected.titles) {
-            for (const t of titles) {
-              assert.ok(inside(t, chart), `title ${t.text} at ${JSON.stringify(t)}`);
-            }
+          assert.deepEqual(titles.map((t) => t.text), expected.titles);
+          for (const t of titles) {
+            assert.ok(inside(t, chart), `title ${t.text} at ${JSON.stringify(t)}`);
           }
           for (const label of chart.yAxes.flatMap((axis) => axis.labels)) {
             assert.ok(inside(label, chart), `label ${label.text} at ${JSON.stringify(label)}`);
+          }
+        });
+
+        test('y-axis titles stay clear of the tick labels and the plot', () => {
+          const labels = chart.yAxes.flatMap((axis) => axis.labels);
+          for (const t of chart.yAxes.map((axis) => axis.title).filter(Boolean)) {
+            for (const label of labels) {
+              assert.ok(!overlaps(t, label), `title ${t.text} ${JSON.stringify(t)} covers label ${JSON.stringify(label)}`);
+            }
+            assert.ok(!overlaps(t, chart.plot), `title ${t.text} ${JSON.stringify(t)} inside the plot ${JSON.stringify(chart.plot)}`);
+          }
+        });
+
+        test('title and subtitle sit above the plot area', () => {
+          const {title, subtitle, plot} = chart;
+          assert.ok(title && subtitle, 'a title and a subtitle');
+          assert.ok(title.top >= 0, `title at ${JSON.stringify(title)}`);
+          assert.ok(title.bottom <= subtitle.top + 1, `title ${JSON.stringify(title)} over subtitle ${JSON.stringify(subtitle)}`);
+          assert.ok(subtitle.bottom <= plot.top, `subtitle ends at ${subtitle.bottom}, plot starts at ${plot.top}`);
+          // Made smaller only as far as needed, never unreadably small.
+          assert.ok(subtitle.fontSize >= 0.6 * 0.8 * chart.rootFontSize, `subtitle at ${subtitle.fontSize}px`);
+          if (expected.kind === 'modality') {
+            assert.deepEqual([title.fontSize, subtitle.fontSize], [1.2 * chart.rootFontSize, 0.8 * chart.rootFontSize],
+              'the modality charts keep the library\'s sizes');
           }
         });
 
@@ -228,4 +302,74 @@ describe('tooltips of the page scripts', () => {
       assert.deepEqual(opened.get(c.file).errors, []);
     });
   }
+});
+
+// A bare page with the bundle, for what the fixtures do not show.
+async function barePage(body = '') {
+  const opened = await browser.newPage();
+  await opened.page.setContent(`<!DOCTYPE html><html><head></head><body style="margin: 0">${body}</body></html>`);
+  await opened.page.addScriptTag({path: BUNDLE});
+  return opened;
+}
+
+describe('ready handlers', () => {
+  test('run in their order, one that throws stopping no other and reported as jQuery reports it', async () => {
+    const {page, errors} = await barePage();
+    try {
+      const order = await page.evaluate(() => new Promise((resolve) => {
+        const order = [];
+        $(() => order.push(1));
+        $(() => {
+          throw new TypeError('broken chart script');
+        });
+        $(document).ready(() => {
+          order.push(3);
+          $(() => {
+            order.push(5);
+            setTimeout(() => resolve(order), 50);
+          });
+        });
+        $(() => order.push(4));
+      }));
+      assert.deepEqual(order, [1, 3, 4, 5]);
+      assert.equal(errors.length, 2, errors.join('\n'));
+      assert.ok(errors.some((e) => e.startsWith('console.warning: jQuery.Deferred exception: broken chart script')));
+      assert.ok(errors.includes('uncaught: broken chart script'));
+    } finally {
+      await page.close();
+    }
+  });
+
+  test('run after the document is ready', async () => {
+    const {page} = await barePage();
+    try {
+      const state = await page.evaluate(() => new Promise((resolve) => {
+        $(() => resolve(document.readyState));
+      }));
+      assert.notEqual(state, 'loading');
+    } finally {
+      await page.close();
+    }
+  });
+});
+
+describe('charts outside the window', () => {
+  test('are drawn without the grow-in animation, those in it keep it', async () => {
+    const {page, errors} = await barePage(
+      '<div id="seen" style="width: 400px; height: 300px"></div>'
+      + '<div style="height: 3000px"></div>'
+      + '<div id="below" style="width: 400px; height: 300px"></div>');
+    try {
+      const animation = await page.evaluate(() => ['seen', 'below'].map((id) => {
+        const chart = new Highcharts.Chart({chart: {renderTo: id}, series: [{type: 'column', data: [3, 1, 2]}]});
+        return {id, drawn: chart.hasRendered, animation: chart.series[0].options.animation};
+      }));
+      assert.deepEqual(animation.map((c) => c.drawn), [true, true]);
+      assert.notEqual(animation[0].animation, false, 'the chart in the window grows in');
+      assert.equal(animation[1].animation, false, 'the chart below the window stands at once');
+      assert.deepEqual(errors, []);
+    } finally {
+      await page.close();
+    }
+  });
 });

@@ -114,8 +114,28 @@ function inspectPage() {
     .map((div) => {
       const owned = charts.filter((chart) => chart.renderTo === div);
       const chart = owned[0];
+      const origin = chart ? chart.container.getBoundingClientRect() : null;
+      const rect = (element) => {
+        const r = element.getBoundingClientRect();
+        return {left: r.left - origin.left, top: r.top - origin.top, right: r.right - origin.left,
+          bottom: r.bottom - origin.top};
+      };
+      const layout = chart && chart.hasRendered ? {
+        width: origin.width,
+        height: origin.height,
+        plot: {left: chart.plotLeft, top: chart.plotTop, right: chart.plotLeft + chart.plotWidth,
+          bottom: chart.plotTop + chart.plotHeight},
+        title: chart.title ? rect(chart.title.element) : null,
+        subtitle: chart.subtitle ? rect(chart.subtitle.element) : null,
+        yTitles: chart.yAxis.filter((axis) => axis.axisTitle && shows(axis.axisTitle.element))
+          .map((axis) => ({text: axis.axisTitle.element.textContent, ...rect(axis.axisTitle.element)})),
+        yLabels: chart.yAxis.flatMap((axis) => Object.values(axis.ticks))
+          .filter((tick) => tick.label && shows(tick.label.element) && tick.label.element.getAttribute('opacity') !== '0')
+          .map((tick) => ({text: tick.label.element.textContent, ...rect(tick.label.element)})),
+      } : null;
       return {
         id: div.id,
+        layout,
         charts: owned.length,
         rendered: Boolean(chart && chart.hasRendered && div.querySelector('svg.highcharts-root')),
         series: chart ? chart.series.map((s) => {
@@ -319,6 +339,27 @@ for (const run of RUNS) {
             assert.equal(s.shapes, s.inside, `${name}: ${s.shapes} of ${s.inside} points drawn`);
           } else if (s.positions >= 2) {
             assert.ok(s.line > 0, `${name}: line of ${s.line} px through ${s.positions} places`);
+          }
+        }
+      }
+    });
+
+    // The lift and prediction charts fix their margins: the titles must fit above the
+    // plot and the y-axis titles beside it, clear of the tick labels.
+    test('titles sit above the plot, y-axis titles inside the chart and clear of the labels', () => {
+      const overlap = (a, b) => a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
+      for (const c of opened().containers.filter((c) => c.layout)) {
+        const {width, height, plot, title, subtitle, yTitles, yLabels} = c.layout;
+        const lowest = subtitle ?? title;
+        if (lowest) {
+          assert.ok(lowest.bottom <= plot.top, `${c.id}: titles end at ${lowest.bottom}, the plot starts at ${plot.top}`);
+        }
+        for (const t of yTitles) {
+          const where = `${c.id}: y-axis title "${t.text}" at ${JSON.stringify(t)}`;
+          assert.ok(t.left >= 0 && t.top >= 0 && t.right <= width && t.bottom <= height, `${where}, outside the chart`);
+          assert.ok(!overlap(t, plot), `${where}, over the plot`);
+          for (const label of yLabels) {
+            assert.ok(!overlap(t, label), `${where}, over the label ${JSON.stringify(label)}`);
           }
         }
       }

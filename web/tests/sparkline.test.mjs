@@ -495,3 +495,51 @@ test('composite draws over the previous sparkline', async () => {
   assert.ok(pic.is(10, 19, COLOR.blue), 'bar kept');
   assert.ok(pic.centreOf(COLOR.red), 'line added');
 });
+
+describe('many elements', () => {
+  test('are measured with one layout of the page, not one each', async () => {
+    const cdp = await browser.context.newCDPSession(page);
+    await cdp.send('Performance.enable');
+    const layouts = async () => (await cdp.send('Performance.getMetrics')).metrics
+      .find((m) => m.name === 'LayoutCount').value;
+    await page.evaluate(() => {
+      const table = document.createElement('table');
+      table.id = 'many';
+      for (let i = 0; i < 200; i++) {
+        table.insertRow().insertCell().innerHTML = `<span class="many">0,0.1,${i % 7},${i % 3},${i % 5}</span>`;
+      }
+      document.body.appendChild(table);
+      document.body.offsetHeight;
+    });
+    const before = await layouts();
+    const drawn = await page.evaluate((options) => {
+      $('.many').sparkline('myhtml', options);
+      return Array.from(document.querySelectorAll('.many'), (span) => {
+        const canvas = span.querySelector('canvas');
+        return canvas && span.childNodes.length === 1 ? `${canvas.width}x${canvas.height}` : span.innerHTML;
+      });
+    }, PAGE_LINE);
+    const after = await layouts();
+    await page.evaluate(() => document.getElementById('many').remove());
+    await cdp.detach();
+    assert.equal(new Set(drawn).size, 1, `canvases ${[...new Set(drawn)]}`);
+    assert.match(drawn[0], /^24x\d+$/);
+    // One for the measuring; jQuery may add a few for its one-off feature tests.
+    assert.ok(after - before <= 5, `${after - before} layouts for 200 sparklines`);
+  });
+
+  test('one inside another: the outer one is drawn, the inner one goes with its text', async () => {
+    const result = await page.evaluate(() => {
+      const holder = document.createElement('div');
+      holder.innerHTML = '<span class="nest">1,2,3<span class="nest">4,5,6</span></span>';
+      document.body.appendChild(holder);
+      const [outer, inner] = holder.querySelectorAll('.nest');
+      $(holder).find('.nest').sparkline('html', {type: 'bar', height: '10px'});
+      const seen = {outer: outer.innerHTML.replace(/<canvas[^>]*><\/canvas>/, 'canvas'), inner: inner.innerHTML,
+        innerInPage: document.contains(inner)};
+      holder.remove();
+      return seen;
+    });
+    assert.deepEqual(result, {outer: 'canvas', inner: '4,5,6', innerInPage: false});
+  });
+});

@@ -31,25 +31,18 @@ for (let i = 2; i < process.argv.length; i++) {
 }
 
 // Runs before the page's own scripts: times every chart's construction (which draws it)
-// and the sparkline plugin, by wrapping them as the bundle defines them.
+// and the sparkline plugin, by wrapping them as the bundle defines them. The chart
+// constructor is wrapped once the bundle has set itself up (its own wrapper included)
+// and before the page's ready handlers build the charts.
 function instrument() {
   const timings = {charts: [], sparklines: [], ready: null};
   window.__pageBench = timings;
   document.addEventListener('DOMContentLoaded', () => {
     timings.ready = performance.now();
-  });
-  const hook = (name, onSet) => {
-    let value;
-    Object.defineProperty(window, name, {
-      configurable: true,
-      get: () => value,
-      set: (given) => {
-        value = given;
-        onSet(given);
-      },
-    });
-  };
-  hook('Highcharts', (H) => {
+    const H = window.Highcharts;
+    if (!H) {
+      return;
+    }
     const init = H.Chart.prototype.init;
     H.Chart.prototype.init = function (userOptions, callback) {
       const start = performance.now();
@@ -67,22 +60,28 @@ function instrument() {
       }
     };
   });
-  hook('jQuery', (jq) => {
-    let plugin;
-    Object.defineProperty(jq.fn, 'sparkline', {
-      configurable: true,
-      get: () => plugin && function (...args) {
-        const start = performance.now();
-        try {
-          return plugin.apply(this, args);
-        } finally {
-          timings.sparklines.push({count: this.length, start, end: performance.now()});
-        }
-      },
-      set: (given) => {
-        plugin = given;
-      },
-    });
+  let jq;
+  Object.defineProperty(window, 'jQuery', {
+    configurable: true,
+    get: () => jq,
+    set: (given) => {
+      jq = given;
+      let plugin;
+      Object.defineProperty(jq.fn, 'sparkline', {
+        configurable: true,
+        get: () => plugin && function (...args) {
+          const start = performance.now();
+          try {
+            return plugin.apply(this, args);
+          } finally {
+            timings.sparklines.push({count: this.length, start, end: performance.now()});
+          }
+        },
+        set: (given) => {
+          plugin = given;
+        },
+      });
+    },
   });
 }
 
