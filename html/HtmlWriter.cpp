@@ -141,18 +141,30 @@ HtmlWriter& HtmlWriter::operator<<(int value) {
     return *this;
 }
 
+namespace {
+
+// The one list of characters that page text escapes, shared by the QString and UTF-8 paths.
+const char* entityFor(char16_t c) {
+    switch (c) {
+    case u'&': return "&amp;";
+    case u'<': return "&lt;";
+    case u'>': return "&gt;";
+    case u'"': return "&quot;";
+    case u'\'': return "&apos;";
+    default: return nullptr;
+    }
+}
+
+}  // namespace
+
 QString HtmlWriter::escapeHtml(const QString& text) {
     QString out;
     out.reserve(text.size());
     for (QChar c : text) {
-        switch (c.unicode()) {
-        case u'&': out += u"&amp;"; break;
-        case u'<': out += u"&lt;"; break;
-        case u'>': out += u"&gt;"; break;
-        case u'"': out += u"&quot;"; break;
-        case u'\'': out += u"&apos;"; break;
-        default: out += c;
-        }
+        if (const char* entity = entityFor(c.unicode()))
+            out += QLatin1StringView(entity);
+        else
+            out += c;
     }
     return out;
 }
@@ -223,14 +235,10 @@ QString HtmlWriter::attributeValue(const QString& text) {
 
 void HtmlWriter::appendEscapedAscii(std::string& out, const char16_t* text, size_t length) {
     for (size_t i = 0; i < length; ++i) {
-        switch (text[i]) {
-        case u'&': out += "&amp;"; break;
-        case u'<': out += "&lt;"; break;
-        case u'>': out += "&gt;"; break;
-        case u'"': out += "&quot;"; break;
-        case u'\'': out += "&apos;"; break;
-        default: out += static_cast<char>(text[i]);
-        }
+        if (const char* entity = entityFor(text[i]))
+            out += entity;
+        else
+            out += static_cast<char>(text[i]);
     }
 }
 
