@@ -5,7 +5,7 @@ JOBS ?= $(shell nproc)
 WERROR := $(if $(CI),ON,OFF)
 SHARED := ../shared
 APT_PACKAGES := cmake g++ make pkg-config qt6-base-dev libgtest-dev libgmock-dev libbenchmark-dev \
-	libpugixml-dev chromium libjs-excanvas python3 valgrind clang libclang-rt-14-dev time
+	libpugixml-dev chromium libjs-excanvas python3 valgrind clang libclang-rt-14-dev time locales
 EXAMPLE := examples/breast_cancer_analysisReport.xml
 
 .PHONY: all deps build build-asan test test-unit test-asan test-web test-conformance demo \
@@ -27,6 +27,10 @@ deps:
 	  else \
 	    echo "Missing packages:$$missing (run as root, or install them with apt-get)"; exit 1; \
 	  fi; \
+	fi
+	@# A comma-decimal locale, without which the tests that keep the process locale out of numbers skip.
+	@if [ "$$(id -u)" = 0 ] && ! locale -a | grep -qi '^de_DE\.utf-\?8$$'; then \
+	  localedef -i de_DE -c -f UTF-8 de_DE.UTF-8; \
 	fi
 	@if [ ! -d web/node_modules ] || [ web/package-lock.json -nt web/node_modules/.package-lock.json ]; then \
 	  (cd web && npm ci --no-audit --no-fund --loglevel=error); \
