@@ -1,31 +1,73 @@
 #include "driver/ReportRun.h"
 
+#include "driver/OutputFiles.h"
 #include "driver/ResourceFiles.h"
 #include "report/ReportGenerator.h"
 
-#include <QDir>
-
+#include <cstddef>
 #include <cstdio>
+#include <utility>
+
+namespace {
+
+const QString resourceNames[] = {QStringLiteral("logo.png"), QStringLiteral("orbi.min.js"),
+                                 QStringLiteral("excanvas.compiled.js")};
+
+int fail(const char* line) {
+    std::printf("%s", line);
+    std::fflush(stdout);
+    return 1;
+}
+
+// Every resource file is written whole before any of them replaces an earlier one, so that a
+// failure leaves an earlier side folder as it was.
+bool fillSideFolder(OutputFiles& outputs, const QString& sideFolder) {
+    if (!outputs.makeDirectory(sideFolder))
+        return false;
+    QString staged[std::size(resourceNames)];
+    for (size_t i = 0; i < std::size(resourceNames); ++i) {
+        staged[i] = outputs.stage(sideFolder + u'/' + resourceNames[i]);
+        if (staged[i].isEmpty() || !copyResourceFile(resourceNames[i], staged[i]))
+            return false;
+    }
+    for (const QString& file : staged) {
+        if (!outputs.commit(file))
+            return false;
+    }
+    return true;
+}
+
+}  // namespace
 
 int runReport(XmlNode reportRoot, XmlNode chartRoot, const QString& pageName,
               const QString& basePath) {
-    ReportGenerator generator(std::move(reportRoot), std::move(chartRoot), pageName, basePath);
-    // Without a page there is nothing for the side directory to serve.
-    if (!generator.isOpen()) {
-        std::printf("Error: Cannot write the page file\n");
-        std::fflush(stdout);
-        return 1;
+    const char* const pageError = "Error: Cannot write the page file\n";
+    // Whatever is not kept is removed when this goes, on every path below.
+    OutputFiles outputs;
+    const QString page = outputs.stage(pageName);
+    if (page.isEmpty())
+        return fail(pageError);
+    {
+        ReportGenerator generator(std::move(reportRoot), std::move(chartRoot), page, basePath);
+        if (!generator.isOpen())
+            return fail(pageError);
+        if (generator.generate()) {
+            // The generator fails before its first byte; the empty page replaces an earlier one,
+            // as it always has, and no side folder is made.
+            if (outputs.commit(page))
+                outputs.keep();
+            return 1;
+        }
+        if (generator.writeFailed())
+            return fail(pageError);
     }
-    if (generator.generate())
-        return 1;
 
-    // The page is complete at this point: a side directory that cannot be made or filled
-    // leaves it without scripts, but the run still counts as a success.
-    const QString sideDirectory = basePath + QStringLiteral("_files");
-    QDir().mkdir(sideDirectory);
-    copyResourceFile(sideDirectory, QStringLiteral("logo.png"));
-    copyResourceFile(sideDirectory, QStringLiteral("orbi.min.js"));
-    copyResourceFile(sideDirectory, QStringLiteral("excanvas.compiled.js"));
+    // The page appears only once its scripts are in place beside it.
+    if (!fillSideFolder(outputs, basePath + QStringLiteral("_files")))
+        return fail("Error: Cannot write the side folder\n");
+    if (!outputs.commit(page))
+        return fail(pageError);
+    outputs.keep();
     std::printf("All Ok.\n");
     std::fflush(stdout);
     return 0;

@@ -4,6 +4,6 @@
 
 #include <QString>
 
-// Writes the embedded resource fileName to directory + "/" + fileName, replacing any earlier
-// file. A target that cannot be opened is skipped silently; write errors go unnoticed.
-void copyResourceFile(const QString& directory, const QString& fileName);
+// Writes the embedded resource fileName to path, replacing any earlier content. False when
+// path cannot be opened or the bytes do not all reach it (a full disk, a file-size limit).
+bool copyResourceFile(const QString& fileName, const QString& path);

@@ -44,13 +44,20 @@ void HtmlWriter::close() {
     if (writable && targetString == nullptr)
         writeBlock();
     writable = false;
-    if (file)
+    if (file && file->isOpen()) {
+        // Closing flushes Qt's own buffer; a failure there, or in the close itself, is recorded
+        // as the file's error.
         file->close();
+        if (file->error() != QFileDevice::NoError)
+            failed = true;
+    }
 }
 
 void HtmlWriter::writeBlock() {
-    if (!block.empty())
-        file->write(block.data(), static_cast<qint64>(block.size()));
+    // After a failure the page is lost anyway; the rest of it is not sent to the file.
+    const qint64 size = static_cast<qint64>(block.size());
+    if (size > 0 && !failed && file->write(block.data(), size) != size)
+        failed = true;
     block.clear();
 }
 

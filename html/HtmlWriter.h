@@ -24,6 +24,8 @@ public:
 
     // True when the page file (or the target string) is open for writing.
     bool isOpen() const { return writable; }
+    // True once a write, flush or close of the page file has failed: the file is incomplete.
+    bool writeFailed() const { return failed; }
     // Flushes the stream and closes the page file; later writes go nowhere.
     void close();
 
@@ -90,6 +92,7 @@ private:
     void writeBlock();
 
     bool writable = false;
+    bool failed = false;
     QString* targetString = nullptr;  // the string of the testing constructor, which takes UTF-16
     std::string block;          // UTF-8 not yet written to the file
     // Other text is encoded by a stateful encoder, as a text stream would: a surrogate pair
