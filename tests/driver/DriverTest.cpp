@@ -188,16 +188,6 @@ TEST_F(DriverTest, RunningTwiceGivesIdenticalFiles) {
         EXPECT_EQ(side(name), resource(name)) << name.toStdString();
 }
 
-TEST_F(DriverTest, UncreatableSideDirectoryStillSucceeds) {
-    writeFile(dir.file("run1_analysisReport_files"), "a file in the way");
-    const TestSupport::RunResult result = run();
-    EXPECT_EQ(result.out, allOk);
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_TRUE(result.err.isEmpty());
-    EXPECT_FALSE(readFile(dir.file("run1_analysisReport.html")).isEmpty());
-    EXPECT_EQ(readFile(dir.file("run1_analysisReport_files")), "a file in the way");
-}
-
 TEST_F(DriverTest, UnopenablePageFailsBeforeAnythingElse) {
     QDir().mkdir(dir.file("run1_analysisReport.html"));
     const TestSupport::RunResult result = run();

@@ -1,4 +1,5 @@
-// copyResourceFile: exact copies of the embedded files, whatever was there before.
+// copyResourceFile: exact copies of the embedded files, whatever was there before, and a
+// failure told whenever the copy is not whole.
 
 #include "driver/ResourceFiles.h"
 
@@ -7,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QDir>
 #include <QFileInfo>
 
 namespace {
@@ -23,38 +23,37 @@ class ResourceCopyTest : public testing::TestWithParam<const char*> {};
 TEST_P(ResourceCopyTest, CopyIsByteIdentical) {
     const QString name = QString::fromUtf8(GetParam());
     TempDir dir;
-    copyResourceFile(dir.path(), name);
+    EXPECT_TRUE(copyResourceFile(name, dir.file(name)));
     EXPECT_EQ(readFile(dir.file(name)), resource(name));
 }
 
 TEST_P(ResourceCopyTest, LongerExistingFileIsTruncated) {
     const QString name = QString::fromUtf8(GetParam());
     TempDir dir;
-    writeFile(dir.file(name), QByteArray(resource(name).size() + 4096, '#'));
-    copyResourceFile(dir.path(), name);
-    EXPECT_EQ(readFile(dir.file(name)), resource(name));
+    writeFile(dir.file("copy"), QByteArray(resource(name).size() + 4096, '#'));
+    EXPECT_TRUE(copyResourceFile(name, dir.file("copy")));
+    EXPECT_EQ(readFile(dir.file("copy")), resource(name));
+}
+
+TEST_P(ResourceCopyTest, FullDeviceIsAFailure) {
+    EXPECT_FALSE(copyResourceFile(QString::fromUtf8(GetParam()), QStringLiteral("/dev/full")));
 }
 
 INSTANTIATE_TEST_SUITE_P(ResourceFiles, ResourceCopyTest,
                          testing::Values("logo.png", "orbi.min.js", "excanvas.compiled.js"));
 
-TEST(ResourceFilesTest, MissingDirectoryIsSkippedSilently) {
-    TempDir dir;
-    copyResourceFile(dir.file("absent"), QStringLiteral("logo.png"));
-    EXPECT_FALSE(QFileInfo::exists(dir.file("absent")));
-}
-
-TEST(ResourceFilesTest, DirectoryThatIsAFileIsSkippedSilently) {
+TEST(ResourceFilesTest, UnopenableTargetIsAFailure) {
     TempDir dir;
     writeFile(dir.file("blocked"), "plain file");
-    copyResourceFile(dir.file("blocked"), QStringLiteral("orbi.min.js"));
+    EXPECT_FALSE(copyResourceFile(QStringLiteral("logo.png"), dir.file("absent/logo.png")));
+    EXPECT_FALSE(copyResourceFile(QStringLiteral("logo.png"), dir.file("blocked/logo.png")));
     EXPECT_EQ(readFile(dir.file("blocked")), "plain file");
 }
 
 TEST(ResourceFilesTest, UnknownResourceWritesAnEmptyFile) {
     TempDir dir;
     writeFile(dir.file("nothing.js"), "old");
-    copyResourceFile(dir.path(), QStringLiteral("nothing.js"));
+    EXPECT_TRUE(copyResourceFile(QStringLiteral("nothing.js"), dir.file("nothing.js")));
     EXPECT_TRUE(QFileInfo(dir.file("nothing.js")).isFile());
     EXPECT_EQ(QFileInfo(dir.file("nothing.js")).size(), 0);
 }

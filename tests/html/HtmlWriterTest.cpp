@@ -344,6 +344,19 @@ TEST(HtmlWriterTest, UnopenablePageLeavesNoStreamAndWritesGoNowhere) {
     writer.writeBar(1.0, 2.0, 40);
 }
 
+TEST(HtmlWriterTest, WriteFailureIsToldAfterClose) {
+    TestSupport::TempDir dir;
+    HtmlWriter page(dir.file("p.html"), QStringLiteral("p"));
+    HtmlWriter full(QStringLiteral("/dev/full"), QStringLiteral("p"));
+    for (HtmlWriter* writer : {&page, &full}) {
+        ASSERT_TRUE(writer->isOpen());
+        writer->writeH2(s("lost on a full disk"));
+        writer->close();
+    }
+    EXPECT_FALSE(page.writeFailed());
+    EXPECT_TRUE(full.writeFailed());
+}
+
 TEST(HtmlWriterTest, CloseFlushesAndLaterWritesAreDropped) {
     TestSupport::TempDir dir;
     HtmlWriter writer(dir.file("p.html"), QStringLiteral("p"));
