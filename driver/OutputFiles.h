@@ -8,6 +8,8 @@
 
 #include <vector>
 
+#include <sys/types.h>
+
 class OutputFiles {
 public:
     // One per run. From here on SIGINT, SIGTERM and SIGHUP remove what the run has made before
@@ -41,5 +43,5 @@ private:
     };
     std::vector<Staged> staged;
     std::vector<QByteArray> madeDirectories;  // each with a trailing slash
-    unsigned int creationMask;
+    mode_t creationMask;  // the process's umask
 };
