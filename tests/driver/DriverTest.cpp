@@ -58,14 +58,14 @@ TEST_P(DriverRunTest, MessageExitCodeAndOutputs) {
     TempDir dir;
     for (const auto& [name, content] : c.files)
         writeFile(dir.file(name), content);
-    const QStringList before = QDir(dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+    const QStringList before = QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
 
     const TestSupport::RunResult run = runAnarep(c.arguments, dir.path());
 
     EXPECT_EQ(run.out.toStdString(), c.out);
     EXPECT_EQ(run.exitCode, c.exitCode);
     EXPECT_TRUE(run.err.isEmpty()) << run.err.toStdString();
-    QStringList created = QDir(dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+    QStringList created = QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     for (const QString& name : before)
         created.removeOne(name);
     QStringList expected;
