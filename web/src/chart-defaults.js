@@ -184,6 +184,105 @@
     return Math.round(value * 10000) / 10000;
   }
 
+  // Layout measured in the reader's font. The scripts fix the charts' margins in pixels
+  // for one font's widths; in a wider font, or with long names and large values, axis
+  // labels run out of the chart. The library measures every label before it places the
+  // plot, but keeps a fixed margin whatever it measured. Measured room wins here: a
+  // margin grows to what its labels need, a title moves off its labels, and a category
+  // name is shortened to the length that fits below the plot. Nothing changes for
+  // texts that fit.
+  var MARGIN_NAMES = ['plotTop', 'marginRight', 'marginBottom', 'plotLeft'];
+  var SIDE_SIGN = [-1, 1, 1, -1];
+  var EDGE_GAP = 2;
+  var TITLE_GAP_TO_LABELS = 5;
+
+  // A y-axis title set at a fixed distance from its axis (the modality charts' 50
+  // pixels) is moved out when the tick labels reach that far.
+  function clearTitleOfLabels(axis) {
+    var title = axis.options.title;
+    if (axis.horiz || !axis.axisTitle || !axis.titleOffset || !isNumber(title.offset) || !axis.labelOffset) {
+      return;
+    }
+    var clear = Math.abs(axis.labelOffset) + (axis.options.labels.distance || 0) + TITLE_GAP_TO_LABELS;
+    if (clear <= axis.axisTitleMargin) {
+      return;
+    }
+    axis.axisTitleMargin = clear;
+    var offsets = axis.chart.axisOffset;
+    offsets[axis.side] = Math.max(offsets[axis.side], clear + axis.titleOffset + SIDE_SIGN[axis.side] * axis.offset);
+  }
+
+  // What a side needs from the chart's edge: the measured axes, and above the plot the
+  // title block as laid out (the library's block less the gap it keeps below it, which
+  // fitTitles trims to TITLE_GAP).
+  function roomNeeded(chart, side) {
+    var axes = chart.axisOffset[side];
+    var titles = side === 0 && chart.titleOffset && chart.titleOffset[0]
+      ? chart.spacing[0] + chart.titleOffset[0] - chart.options.title.margin + TITLE_GAP : 0;
+    return axes + titles;
+  }
+
+  // A fixed margin narrower than its axes or titles need grows to their measured size:
+  // the lift charts' "100" keeps inside a left margin of 30 pixels in a wide font, and a
+  // title wrapped over three lines stays above the plot.
+  function growFixedMargins(chart) {
+    var grown = false;
+    for (var side = 0; side < 4; side++) {
+      var name = MARGIN_NAMES[side];
+      var needed = roomNeeded(chart, side);
+      if (isNumber(chart.margin[side]) && needed > chart.margin[side]) {
+        chart[name] = Math.max(chart[name], Math.ceil(needed) + EDGE_GAP);
+        grown = true;
+      }
+    }
+    if (grown) {
+      chart.setChartSize();
+    }
+  }
+
+  // Slanted category names below a plot with a fixed bottom margin are cut, each to
+  // the length whose slanted box fits in that margin, ending in "…". The library keeps
+  // the whole name in the label's title, and the tooltips show it whole.
+  function fitCategoryLabels(axis) {
+    var chart = axis.chart;
+    var bottom = chart.margin[2];
+    var rotation = axis.options.labels.rotation;
+    if (!axis.horiz || axis.opposite || !axis.categories || !isNumber(bottom) || !isNumber(rotation)) {
+      return;
+    }
+    var angle = Math.abs(rotation) * Math.PI / 180;
+    var sin = Math.sin(angle);
+    var cos = Math.abs(Math.cos(angle));
+    if (sin < 0.1) {
+      return;
+    }
+    var room = bottom - (axis.options.labels.distance || 0);
+    var lineHeight = axis.labelMetrics().h;
+    var longest = Math.max(0, Math.floor((room - lineHeight * cos) / sin));
+    var positions = axis.tickPositions || [];
+    for (var i = 0; i < positions.length; i++) {
+      var tick = axis.ticks[positions[i]];
+      var label = tick && tick.label;
+      if (label && label.getBBox().height > room) {
+        label.css({width: longest + 'px', textOverflow: 'ellipsis'});
+      }
+    }
+  }
+
+  Highcharts.addEvent(Highcharts.Axis, 'afterGetOffset', function () {
+    clearTitleOfLabels(this);
+  });
+
+  Highcharts.wrap(Highcharts.Axis.prototype, 'renderUnsquish', function (proceed) {
+    proceed.call(this);
+    fitCategoryLabels(this);
+  });
+
+  Highcharts.wrap(Highcharts.Chart.prototype, 'getAxisMargins', function (proceed) {
+    proceed.call(this);
+    growFixedMargins(this);
+  });
+
   function disabledWhenFalse(options, key) {
     if (options && options[key] === false) {
       options[key] = {enabled: false};
