@@ -5,7 +5,8 @@ JOBS ?= $(shell nproc)
 WERROR := $(if $(CI),ON,OFF)
 SHARED := ../shared
 APT_PACKAGES := cmake g++ make pkg-config qt6-base-dev libgtest-dev libgmock-dev libbenchmark-dev \
-	libpugixml-dev chromium libjs-excanvas python3 valgrind clang libclang-rt-14-dev time locales
+	libpugixml-dev chromium fonts-dejavu-core fonts-liberation libjs-excanvas python3 valgrind clang \
+	libclang-rt-14-dev time locales
 EXAMPLE := examples/breast_cancer_analysisReport.xml
 
 .PHONY: all deps build build-asan test test-unit test-asan test-web test-conformance demo \

@@ -1,10 +1,13 @@
 // The report's chart scripts, exactly as the page writes them, drawn by the bundle.
 // fixtures/*.html hold the fixed script lines of the lift, prediction and modality
 // charts with made-up curves (1000-point curves thinned to 500 the way the page does).
+// The fixtures are drawn once with each font set.
 import {after, before, describe, test} from 'node:test';
 import assert from 'node:assert/strict';
 import {join} from 'node:path';
-import {BUNDLE, WEB_DIR, fileUrl, launchBrowser, waitForCharts} from './browser.mjs';
+import {
+  BUNDLE, FONT_SETS, WEB_DIR, fileUrl, fontsUsed, launchBrowser, misplacedChartTexts, waitForCharts,
+} from './browser.mjs';
 
 const TEN_TO_HUNDRED = [0, 10, 20, 30, 40, 50, 60, 70, 80, 90, 100];
 
@@ -28,8 +31,11 @@ const PAGES = [
   },
 ];
 
-let browser;
+const browsers = new Map();
+// By font set and fixture; the tests that do not depend on the font use the first set.
 const opened = new Map();
+const FIRST = FONT_SETS[0].name;
+let browser;
 
 // Runs once the bundle has set itself up and before the chart scripts: compares every
 // font size the library is given while it builds a chart with what the browser computes,
@@ -71,18 +77,24 @@ function watchFontSizes() {
 }
 
 before(async () => {
-  browser = await launchBrowser();
-  for (const {file, charts} of PAGES) {
-    const {page, errors} = await browser.newPage();
-    await page.addInitScript(watchFontSizes);
-    await page.goto(fileUrl(join(WEB_DIR, 'tests', 'fixtures', file)));
-    await waitForCharts(page, charts.length);
-    opened.set(file, {page, errors});
+  for (const fonts of FONT_SETS) {
+    const launched = await launchBrowser({fonts});
+    browsers.set(fonts.name, launched);
+    for (const {file, charts} of PAGES) {
+      const {page, errors} = await launched.newPage();
+      await page.addInitScript(watchFontSizes);
+      await page.goto(fileUrl(join(WEB_DIR, 'tests', 'fixtures', file)));
+      await waitForCharts(page, charts.length);
+      opened.set(`${fonts.name} ${file}`, {page, errors});
+    }
   }
+  browser = browsers.get(FIRST);
 });
 
 after(async () => {
-  await browser?.close();
+  for (const launched of browsers.values()) {
+    await launched.close();
+  }
 });
 
 // What one chart looks like once drawn, in pixels relative to its container.
@@ -145,129 +157,140 @@ function overlaps(a, b) {
   return a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
 }
 
-for (const {file, charts} of PAGES) {
-  describe(file, () => {
-    test('no console error or warning', () => {
-      assert.deepEqual(opened.get(file).errors, []);
-    });
-
-    test('font sizes worked out while building are the computed ones', async () => {
-      const seen = await opened.get(file).page.evaluate(() => window.__fontSizes);
-      assert.ok(seen.checked > 20, `${seen.checked} font sizes read`);
-      assert.deepEqual(seen.differing, []);
-      // Once per chart, for the size of the page's root font.
-      assert.ok(seen.asked <= charts.length, `the browser was asked ${seen.asked} times for ${charts.length} charts`);
-    });
-
-    for (const expected of charts) {
-      describe(`${expected.kind} chart ${expected.id}`, () => {
-        let chart;
-        before(async () => {
-          chart = await measure(opened.get(file).page, expected.id);
-        });
-
-        test('draws every series with all its points', () => {
-          assert.equal(chart.series.length, expected.series);
-          for (const s of chart.series) {
-            assert.ok(s.visible, `${s.name} visible`);
-            assert.equal(s.kept, s.given, `${s.name} keeps every point`);
-            if (s.type === 'column' || s.type === 'scatter') {
-              assert.ok(s.inside > 0 && s.drawnPoints === s.inside, `${s.name}: ${s.drawnPoints} of ${s.inside} drawn`);
-            } else {
-              assert.ok(s.pathLength > 50, `${s.name}: line of ${s.pathLength} px`);
-            }
-          }
-        });
-
-        test('shows no credits', () => {
-          assert.equal(chart.credits, 0);
-          assert.ok(!/highcharts/i.test(chart.text), 'no maker name in the chart');
-        });
-
-        test('y-axis titles and labels lie inside the chart', () => {
-          const titles = chart.yAxes.map((axis) => axis.title).filter(Boolean);
-          assert.deepEqual(titles.map((t) => t.text), expected.titles);
-          for (const t of titles) {
-            assert.ok(inside(t, chart), `title ${t.text} at ${JSON.stringify(t)}`);
-          }
-          for (const label of chart.yAxes.flatMap((axis) => axis.labels)) {
-            assert.ok(inside(label, chart), `label ${label.text} at ${JSON.stringify(label)}`);
-          }
-        });
-
-        test('y-axis titles stay clear of the tick labels and the plot', () => {
-          const labels = chart.yAxes.flatMap((axis) => axis.labels);
-          for (const t of chart.yAxes.map((axis) => axis.title).filter(Boolean)) {
-            for (const label of labels) {
-              assert.ok(!overlaps(t, label), `title ${t.text} ${JSON.stringify(t)} covers label ${JSON.stringify(label)}`);
-            }
-            assert.ok(!overlaps(t, chart.plot), `title ${t.text} ${JSON.stringify(t)} inside the plot ${JSON.stringify(chart.plot)}`);
-          }
-        });
-
-        test('title and subtitle sit above the plot area', () => {
-          const {title, subtitle, plot} = chart;
-          assert.ok(title && subtitle, 'a title and a subtitle');
-          assert.ok(title.top >= 0, `title at ${JSON.stringify(title)}`);
-          assert.ok(title.bottom <= subtitle.top + 1, `title ${JSON.stringify(title)} over subtitle ${JSON.stringify(subtitle)}`);
-          assert.ok(subtitle.bottom <= plot.top, `subtitle ends at ${subtitle.bottom}, plot starts at ${plot.top}`);
-          // Made smaller only as far as needed, never unreadably small.
-          assert.ok(subtitle.fontSize >= 0.6 * 0.8 * chart.rootFontSize, `subtitle at ${subtitle.fontSize}px`);
-          if (expected.kind === 'modality') {
-            assert.deepEqual([title.fontSize, subtitle.fontSize], [1.2 * chart.rootFontSize, 0.8 * chart.rootFontSize],
-              'the modality charts keep the library\'s sizes');
-          }
-        });
-
-        if (expected.kind === 'lift') {
-          test('secondary y axis runs from 0 to 100 by 10', () => {
-            const secondary = chart.yAxes[1];
-            assert.deepEqual([secondary.min, secondary.max], [0, 100]);
-            assert.deepEqual(secondary.ticks, TEN_TO_HUNDRED);
-          });
-
-          test('primary y axis keeps its own range', () => {
-            if (expected.primary) {
-              assert.deepEqual([chart.yAxes[0].min, chart.yAxes[0].max], [expected.primary.min, expected.primary.max]);
-            } else {
-              assert.ok(chart.yAxes[0].max < 1, `score axis up to ${chart.yAxes[0].max}`);
-            }
-          });
-
-          test('legend floats at (350, 270) clear of the x-axis labels', () => {
-            assert.ok(chart.legend, 'a legend');
-            assert.ok(Math.abs(chart.legend.left - 350) <= 5 && Math.abs(chart.legend.top - 270) <= 5,
-              `legend at (${chart.legend.left}, ${chart.legend.top})`);
-            assert.ok(!chart.legend.items.includes('random') && !chart.legend.items.includes('quillo'));
-            for (const label of chart.xLabels) {
-              assert.ok(!overlaps(chart.legend, label), `legend covers an x label at ${JSON.stringify(label)}`);
-            }
-          });
-
-          test('marker: false draws lines without markers', () => {
-            for (const s of chart.series) {
-              const plain = ['random', 'quillo', 'Lift Test 99%t', 'Lift Test 1%'].includes(s.name);
-              assert.equal(s.markers > 0, !plain, `${s.name}: ${s.markers} markers`);
-              // Read as the documented option, not left to the library's leniency.
-              assert.equal(typeof s.markerOption, 'object', `${s.name} marker option`);
-              assert.equal(s.markerOption.enabled, plain ? false : undefined, `${s.name} marker enabled`);
-            }
-          });
-        } else {
-          test('has no legend', () => {
-            assert.equal(chart.legend, null);
-            assert.equal(chart.legendOption.enabled, false);
-          });
-        }
+for (const fonts of FONT_SETS) {
+  for (const {file, charts} of PAGES) {
+    const key = `${fonts.name} ${file}`;
+    describe(`${file} in ${fonts.name}`, () => {
+      test(`drawn in ${fonts.sans}`, async () => {
+        assert.deepEqual(await fontsUsed(opened.get(key).page, '.highcharts-title'), [fonts.sans]);
       });
-    }
-  });
+
+      test('every chart text inside its chart', async () => {
+        assert.deepEqual(await opened.get(key).page.evaluate(misplacedChartTexts), []);
+      });
+
+      test('no console error or warning', () => {
+        assert.deepEqual(opened.get(key).errors, []);
+      });
+
+      test('font sizes worked out while building are the computed ones', async () => {
+        const seen = await opened.get(key).page.evaluate(() => window.__fontSizes);
+        assert.ok(seen.checked > 20, `${seen.checked} font sizes read`);
+        assert.deepEqual(seen.differing, []);
+        // Once per chart, for the size of the page's root font.
+        assert.ok(seen.asked <= charts.length, `the browser was asked ${seen.asked} times for ${charts.length} charts`);
+      });
+
+      for (const expected of charts) {
+        describe(`${expected.kind} chart ${expected.id}`, () => {
+          let chart;
+          before(async () => {
+            chart = await measure(opened.get(key).page, expected.id);
+          });
+
+          test('draws every series with all its points', () => {
+            assert.equal(chart.series.length, expected.series);
+            for (const s of chart.series) {
+              assert.ok(s.visible, `${s.name} visible`);
+              assert.equal(s.kept, s.given, `${s.name} keeps every point`);
+              if (s.type === 'column' || s.type === 'scatter') {
+                assert.ok(s.inside > 0 && s.drawnPoints === s.inside, `${s.name}: ${s.drawnPoints} of ${s.inside} drawn`);
+              } else {
+                assert.ok(s.pathLength > 50, `${s.name}: line of ${s.pathLength} px`);
+              }
+            }
+          });
+
+          test('shows no credits', () => {
+            assert.equal(chart.credits, 0);
+            assert.ok(!/highcharts/i.test(chart.text), 'no maker name in the chart');
+          });
+
+          test('y-axis titles and labels lie inside the chart', () => {
+            const titles = chart.yAxes.map((axis) => axis.title).filter(Boolean);
+            assert.deepEqual(titles.map((t) => t.text), expected.titles);
+            for (const t of titles) {
+              assert.ok(inside(t, chart), `title ${t.text} at ${JSON.stringify(t)}`);
+            }
+            for (const label of chart.yAxes.flatMap((axis) => axis.labels)) {
+              assert.ok(inside(label, chart), `label ${label.text} at ${JSON.stringify(label)}`);
+            }
+          });
+
+          test('y-axis titles stay clear of the tick labels and the plot', () => {
+            const labels = chart.yAxes.flatMap((axis) => axis.labels);
+            for (const t of chart.yAxes.map((axis) => axis.title).filter(Boolean)) {
+              for (const label of labels) {
+                assert.ok(!overlaps(t, label), `title ${t.text} ${JSON.stringify(t)} covers label ${JSON.stringify(label)}`);
+              }
+              assert.ok(!overlaps(t, chart.plot), `title ${t.text} ${JSON.stringify(t)} inside the plot ${JSON.stringify(chart.plot)}`);
+            }
+          });
+
+          test('title and subtitle sit above the plot area', () => {
+            const {title, subtitle, plot} = chart;
+            assert.ok(title && subtitle, 'a title and a subtitle');
+            assert.ok(title.top >= 0, `title at ${JSON.stringify(title)}`);
+            assert.ok(title.bottom <= subtitle.top + 1, `title ${JSON.stringify(title)} over subtitle ${JSON.stringify(subtitle)}`);
+            assert.ok(subtitle.bottom <= plot.top, `subtitle ends at ${subtitle.bottom}, plot starts at ${plot.top}`);
+            // Made smaller only as far as needed, never unreadably small.
+            assert.ok(subtitle.fontSize >= 0.6 * 0.8 * chart.rootFontSize, `subtitle at ${subtitle.fontSize}px`);
+            if (expected.kind === 'modality') {
+              assert.deepEqual([title.fontSize, subtitle.fontSize], [1.2 * chart.rootFontSize, 0.8 * chart.rootFontSize],
+                'the modality charts keep the library\'s sizes');
+            }
+          });
+
+          if (expected.kind === 'lift') {
+            test('secondary y axis runs from 0 to 100 by 10', () => {
+              const secondary = chart.yAxes[1];
+              assert.deepEqual([secondary.min, secondary.max], [0, 100]);
+              assert.deepEqual(secondary.ticks, TEN_TO_HUNDRED);
+            });
+
+            test('primary y axis keeps its own range', () => {
+              if (expected.primary) {
+                assert.deepEqual([chart.yAxes[0].min, chart.yAxes[0].max], [expected.primary.min, expected.primary.max]);
+              } else {
+                assert.ok(chart.yAxes[0].max < 1, `score axis up to ${chart.yAxes[0].max}`);
+              }
+            });
+
+            test('legend floats at (350, 270) clear of the x-axis labels', () => {
+              assert.ok(chart.legend, 'a legend');
+              assert.ok(Math.abs(chart.legend.left - 350) <= 5 && Math.abs(chart.legend.top - 270) <= 5,
+                `legend at (${chart.legend.left}, ${chart.legend.top})`);
+              assert.ok(!chart.legend.items.includes('random') && !chart.legend.items.includes('quillo'));
+              for (const label of chart.xLabels) {
+                assert.ok(!overlaps(chart.legend, label), `legend covers an x label at ${JSON.stringify(label)}`);
+              }
+            });
+
+            test('marker: false draws lines without markers', () => {
+              for (const s of chart.series) {
+                const plain = ['random', 'quillo', 'Lift Test 99%t', 'Lift Test 1%'].includes(s.name);
+                assert.equal(s.markers > 0, !plain, `${s.name}: ${s.markers} markers`);
+                // Read as the documented option, not left to the library's leniency.
+                assert.equal(typeof s.markerOption, 'object', `${s.name} marker option`);
+                assert.equal(s.markerOption.enabled, plain ? false : undefined, `${s.name} marker enabled`);
+              }
+            });
+          } else {
+            test('has no legend', () => {
+              assert.equal(chart.legend, null);
+              assert.equal(chart.legendOption.enabled, false);
+            });
+          }
+        });
+      }
+    });
+  }
 }
 
 // Hovers a point by the library's own tooltip call and reads the tooltip text;
 // the page's formatters run here, errors included.
 async function tooltip(file, id, series, point) {
-  return opened.get(file).page.evaluate(({id, series, point}) => {
+  return opened.get(`${FIRST} ${file}`).page.evaluate(({id, series, point}) => {
     const chart = Highcharts.charts.find((c) => c && c.renderTo.id === id);
     const points = chart.series[series].points;
     chart.tooltip.refresh(points[point]);
@@ -299,7 +322,7 @@ describe('tooltips of the page scripts', () => {
       for (const part of c.shows) {
         assert.ok(text.includes(part), `"${part}" in tooltip "${text}"`);
       }
-      assert.deepEqual(opened.get(c.file).errors, []);
+      assert.deepEqual(opened.get(`${FIRST} ${c.file}`).errors, []);
     });
   }
 });

@@ -1,13 +1,14 @@
 // Every report page the program makes from the example, the shared samples and the
 // conformance cases, opened from disk the way an analyst opens it: the charts must
 // draw, the sparklines must replace their spans, the links must land, and nothing may
-// go wrong in the browser on the way.
+// go wrong in the browser on the way. Each page is drawn once with each font set, and
+// every chart text must lie inside its chart in both.
 import {after, before, describe, test} from 'node:test';
 import assert from 'node:assert/strict';
 import {existsSync} from 'node:fs';
 import {readFile} from 'node:fs/promises';
 import {fileURLToPath} from 'node:url';
-import {fileUrl, launchBrowser} from './browser.mjs';
+import {FONT_SETS, fileUrl, launchBrowser, misplacedChartTexts} from './browser.mjs';
 import {ANAREP, chartContainers, chartsDrawn, makePage, reportRuns, watch} from '../tools/report-pages.mjs';
 
 const RUNS = reportRuns();
@@ -229,15 +230,40 @@ function hoverModalityCharts() {
   }).filter(Boolean);
 }
 
-let browser;
+const browsers = new Map();
 
 before(async () => {
-  browser = await launchBrowser();
+  for (const fonts of FONT_SETS) {
+    browsers.set(fonts.name, await launchBrowser({fonts}));
+  }
 });
 
 after(async () => {
-  await browser?.close();
+  for (const browser of browsers.values()) {
+    await browser.close();
+  }
 });
+
+// Opens the made page and reads everything the tests look at.
+async function readPage(browser, path, html) {
+  const view = {messages: [], drawn: false, seen: null, hovered: [], misplaced: [], broken: null};
+  const page = await browser.context.newPage();
+  try {
+    view.messages = watch(page);
+    await page.goto(fileUrl(path));
+    view.drawn = await chartsDrawn(page, chartContainers(html).length);
+    view.seen = await page.evaluate(inspectPage);
+    if (view.seen.chartCount > 0) {
+      view.hovered = await page.evaluate(hoverModalityCharts);
+      view.misplaced = await page.evaluate(misplacedChartTexts);
+    }
+  } catch (error) {
+    view.broken = error.message;
+  } finally {
+    await page.close();
+  }
+  return view;
+}
 
 test('there are pages to check', () => {
   assert.ok(RUNS.length > 0, 'no example, sample or conformance run found');
@@ -248,6 +274,8 @@ for (const run of RUNS) {
   describe(run.label, () => {
     let made;
     let html = '';
+    // By font set; the tests that do not depend on the font read the first.
+    const views = new Map();
     let messages = [];
     let drawn = false;
     let seen = null;
@@ -260,20 +288,10 @@ for (const run of RUNS) {
         return;
       }
       html = await readFile(made.page, 'utf8');
-      const page = await browser.context.newPage();
-      try {
-        messages = watch(page);
-        await page.goto(fileUrl(made.page));
-        drawn = await chartsDrawn(page, chartContainers(html).length);
-        seen = await page.evaluate(inspectPage);
-        if (seen.chartCount > 0) {
-          hovered = await page.evaluate(hoverModalityCharts);
-        }
-      } catch (error) {
-        broken = error.message;
-      } finally {
-        await page.close();
+      for (const fonts of FONT_SETS) {
+        views.set(fonts.name, await readPage(browsers.get(fonts.name), made.page, html));
       }
+      ({messages, drawn, seen, hovered, broken} = views.get(FONT_SETS[0].name));
     });
 
     after(async () => {
@@ -345,25 +363,35 @@ for (const run of RUNS) {
     });
 
     // The lift and prediction charts fix their margins: the titles must fit above the
-    // plot and the y-axis titles beside it, clear of the tick labels.
-    test('titles sit above the plot, y-axis titles inside the chart and clear of the labels', () => {
-      const overlap = (a, b) => a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
-      for (const c of opened().containers.filter((c) => c.layout)) {
-        const {width, height, plot, title, subtitle, yTitles, yLabels} = c.layout;
-        const lowest = subtitle ?? title;
-        if (lowest) {
-          assert.ok(lowest.bottom <= plot.top, `${c.id}: titles end at ${lowest.bottom}, the plot starts at ${plot.top}`);
-        }
-        for (const t of yTitles) {
-          const where = `${c.id}: y-axis title "${t.text}" at ${JSON.stringify(t)}`;
-          assert.ok(t.left >= 0 && t.top >= 0 && t.right <= width && t.bottom <= height, `${where}, outside the chart`);
-          assert.ok(!overlap(t, plot), `${where}, over the plot`);
-          for (const label of yLabels) {
-            assert.ok(!overlap(t, label), `${where}, over the label ${JSON.stringify(label)}`);
+    // plot and the y-axis titles beside it, clear of the tick labels, whatever the font.
+    for (const fonts of FONT_SETS) {
+      test(`${fonts.name}: titles sit above the plot, y-axis titles inside the chart and clear of the labels`, () => {
+        opened();
+        const overlap = (a, b) => a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
+        const view = views.get(fonts.name);
+        assert.equal(view.broken, null, 'the page could not be read');
+        for (const c of view.seen.containers.filter((c) => c.layout)) {
+          const {width, height, plot, title, subtitle, yTitles, yLabels} = c.layout;
+          const lowest = subtitle ?? title;
+          if (lowest) {
+            assert.ok(lowest.bottom <= plot.top, `${c.id}: titles end at ${lowest.bottom}, the plot starts at ${plot.top}`);
+          }
+          for (const t of yTitles) {
+            const where = `${c.id}: y-axis title "${t.text}" at ${JSON.stringify(t)}`;
+            assert.ok(t.left >= 0 && t.top >= 0 && t.right <= width && t.bottom <= height, `${where}, outside the chart`);
+            assert.ok(!overlap(t, plot), `${where}, over the plot`);
+            for (const label of yLabels) {
+              assert.ok(!overlap(t, label), `${where}, over the label ${JSON.stringify(label)}`);
+            }
           }
         }
-      }
-    });
+      });
+
+      test(`${fonts.name}: every chart text inside its chart, category names whole or cut with the whole name kept`, () => {
+        opened();
+        assert.deepEqual(views.get(fonts.name).misplaced, []);
+      });
+    }
 
     for (const {cls, width} of SPARKLINES) {
       test(`every ${cls} span becomes a canvas of its width`, () => {
