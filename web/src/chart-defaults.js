@@ -265,8 +265,20 @@
       var label = tick && tick.label;
       if (label && label.getBBox().height > room) {
         label.css({width: longest + 'px', textOverflow: 'ellipsis'});
+        var name = axis.categories[positions[i]];
+        if (typeof name === 'string' && label.element.getElementsByTagName('title').length) {
+          // The title setter drops anything like a tag and then reads &lt; and &gt;.
+          label.attr('title', labelText(name).replace(/</g, '&lt;').replace(/>/g, '&gt;'));
+        }
       }
     }
+  }
+
+  // The text a category label shows for the category's markup. The title the library
+  // gives a cut label keeps some entities as written ("&apos;" for the page's "&#39;").
+  // The parsed document is inert: nothing in it runs or loads.
+  function labelText(markup) {
+    return new DOMParser().parseFromString(String(markup), 'text/html').body.textContent;
   }
 
   Highcharts.addEvent(Highcharts.Axis, 'afterGetOffset', function () {
