@@ -241,8 +241,8 @@
   }
 
   // Slanted category names below a plot with a fixed bottom margin are cut, each to
-  // the length whose slanted box fits in that margin, ending in "…". The library keeps
-  // the whole name in the label's title, and the tooltips show it whole.
+  // the length whose slanted box fits in that margin, ending in "…". The whole name is
+  // the cut label's title (shown on hovering it), and the tooltips show it whole.
   function fitCategoryLabels(axis) {
     var chart = axis.chart;
     var bottom = chart.margin[2];
