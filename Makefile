@@ -6,11 +6,13 @@ WERROR := $(if $(CI),ON,OFF)
 SHARED := ../shared
 APT_PACKAGES := cmake g++ make pkg-config qt6-base-dev libgtest-dev libgmock-dev libbenchmark-dev \
 	libpugixml-dev chromium fonts-dejavu-core fonts-liberation libjs-excanvas python3 valgrind clang \
-	libclang-rt-14-dev time locales
+	libclang-rt-14-dev time locales dpkg-dev man-db
 EXAMPLE := examples/breast_cancer_analysisReport.xml
+VERSION := $(shell sed -n 's/^project(anarep VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+PACKAGE := dist/anarep_$(VERSION)-1_$(shell dpkg --print-architecture).deb
 
 .PHONY: all deps build build-asan test test-unit test-asan test-web test-conformance demo \
-	bench fuzz fuzz-smoke screenshots bundle clean
+	bench fuzz fuzz-smoke screenshots bundle package test-package clean
 
 all: build
 
@@ -61,7 +63,19 @@ test-conformance: build
 	  ANAREP=$(CURDIR)/build/anarep $(SHARED)/conformance/check; \
 	else echo "no $(SHARED)/conformance: skipped"; fi
 
-test: test-unit test-asan test-web test-conformance fuzz-smoke
+# The Debian package of a release build (no tests built), its files and its program checked.
+package: deps
+	cmake -S . -B build-release -DCMAKE_BUILD_TYPE=Release -DANAREP_TESTS=OFF -DANAREP_WERROR=$(WERROR) >/dev/null
+	cmake --build build-release -j$(JOBS)
+	rm -f build-release/anarep_*.deb
+	cd build-release && cpack -G DEB >/dev/null
+	mkdir -p dist && cp build-release/$(notdir $(PACKAGE)) $(PACKAGE)
+	@echo "Package: $(PACKAGE)"
+
+test-package: package
+	tools/check-package $(PACKAGE)
+
+test: test-unit test-asan test-web test-conformance fuzz-smoke test-package
 
 # Only the program itself: the demo does not wait for every test program to compile.
 demo: deps
@@ -89,4 +103,4 @@ bundle: deps
 	cd web && ./build-bundle
 
 clean:
-	rm -rf build build-asan build-fuzz out
+	rm -rf build build-asan build-fuzz build-release out dist

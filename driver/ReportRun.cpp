@@ -40,7 +40,7 @@ bool fillSideFolder(OutputFiles& outputs, const QString& sideFolder) {
 }  // namespace
 
 int runReport(XmlNode reportRoot, XmlNode chartRoot, const QString& pageName,
-              const QString& basePath) {
+              const QString& basePath, bool selfContained) {
     const char* const pageError = "Error: Cannot write the page file\n";
     // Whatever is not kept is removed when this goes, on every path below.
     OutputFiles outputs;
@@ -48,9 +48,12 @@ int runReport(XmlNode reportRoot, XmlNode chartRoot, const QString& pageName,
     if (page.isEmpty())
         return fail(pageError);
     {
-        ReportGenerator generator(std::move(reportRoot), std::move(chartRoot), page, basePath);
+        ReportGenerator generator(std::move(reportRoot), std::move(chartRoot), page,
+                                  pageRelativeBase(basePath));
         if (!generator.isOpen())
             return fail(pageError);
+        if (selfContained)
+            generator.inlineResources(inlineResourceSet());
         if (generator.generate()) {
             // The generator fails before its first byte; the empty page replaces an earlier one,
             // as it always has, and no side folder is made.
@@ -63,7 +66,7 @@ int runReport(XmlNode reportRoot, XmlNode chartRoot, const QString& pageName,
     }
 
     // The page appears only once its scripts are in place beside it.
-    if (!fillSideFolder(outputs, basePath + QStringLiteral("_files")))
+    if (!selfContained && !fillSideFolder(outputs, basePath + QStringLiteral("_files")))
         return fail("Error: Cannot write the side folder\n");
     if (!outputs.commit(page))
         return fail(pageError);

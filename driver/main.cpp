@@ -1,5 +1,5 @@
-// Entry point: anarep <xmlFile> [<graph-file>]. Every outcome is one line on standard output
-// and the exit code; standard error stays silent.
+// Entry point: anarep [--self-contained] <xmlFile> [<graph-file>], or --help, -h, --version.
+// Every outcome is one line on standard output and the exit code; standard error stays silent.
 
 #include "driver/ReportRun.h"
 #include "xml/XmlNode.h"
@@ -11,6 +11,7 @@
 
 #include <clocale>
 #include <cstdio>
+#include <string_view>
 
 namespace {
 
@@ -22,6 +23,30 @@ void printLine(const char* line) {
     std::printf("%s", line);
     std::fflush(stdout);
 }
+
+const char* const helpText =
+    "anarep " ANAREP_VERSION ": turns the two XML result files of a predictive-modelling run into one HTML\n"
+    "report page: variable ranking, lift or prediction charts, counts, parameters, and one section\n"
+    "with a chart per model variable.\n"
+    "\n"
+    "Usage: anarep [--self-contained] <xmlFile> [<graph-file>]\n"
+    "       anarep --help | -h | --version\n"
+    "\n"
+    "  xmlFile           the analysis report document (root element ORB_AnalystReport)\n"
+    "  graph-file        the chart document (root element ORB_Charts); without it,\n"
+    "                    NAME_analysisReport.xml reads NAME_graphs.xml\n"
+    "  --self-contained  put the scripts and the logo inside the page: one file, no side folder\n"
+    "\n"
+    "The page is xmlFile less its last four characters + \".html\"; its scripts and logo go to the\n"
+    "side folder of the same name + \"_files\" beside it. Keep the two together.\n"
+    "\n"
+    "One line on standard output tells the outcome:\n"
+    "  All Ok.                            exit 0  page and side folder written\n"
+    "  Error: Invalid AnalystReport file  exit 1  xmlFile missing, not well-formed, or another root\n"
+    "  Error: Invalid Graph file          exit 1  the same for the chart document, or no chart name\n"
+    "  Error: Cannot write the page file  exit 1  the page cannot be created\n"
+    "  ERROR: Unknown predictionJob       exit 1  the job is not t or T (binary) or c or C (continuous)\n"
+    "Without an argument the program prints its usage and exits 0.\n";
 
 // The chart document: the second argument as given, or the first one's "_analysisReport.xml"
 // (exact case) turned into "_graphs.xml"; empty when neither applies. Paths stay raw bytes so
@@ -50,8 +75,23 @@ XmlNode loadDocument(const QByteArray& path, const char16_t* rootTag) {
 
 int main(int argc, char** argv) {
     qInstallMessageHandler(discardMessage);
+    // Options are recognised in first place only, so that any other argument still names a file.
+    const std::string_view option = argc > 1 ? argv[1] : "";
+    if (option == "--help" || option == "-h") {
+        printLine(helpText);
+        return 0;
+    }
+    if (option == "--version") {
+        printLine("anarep " ANAREP_VERSION "\n");
+        return 0;
+    }
+    const bool selfContained = option == "--self-contained";
+    if (selfContained) {
+        --argc;
+        ++argv;
+    }
     if (argc < 2) {
-        printLine("anarep v1.1\nUsage: anarep <xmlFile> [<graph-file>]\n");
+        printLine("anarep v" ANAREP_VERSION "\nUsage: anarep <xmlFile> [<graph-file>]\n");
         return 0;
     }
     // Every number read from the documents or written to the page uses a point and no grouping.
@@ -73,5 +113,5 @@ int main(int argc, char** argv) {
     // The last four characters go whatever they are; the rest stays exactly as typed.
     QString basePath = QString::fromLocal8Bit(argv[1]);
     basePath.chop(4);
-    return runReport(reportRoot, chartRoot, basePath + QStringLiteral(".html"), basePath);
+    return runReport(reportRoot, chartRoot, basePath + QStringLiteral(".html"), basePath, selfContained);
 }

@@ -6,6 +6,7 @@
 
 #include <QFile>
 
+#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -182,19 +183,19 @@ bool isAsciiLetter(QChar c) {
     return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z');
 }
 
-// Elements whose content is not markup (script, raw text, foreign content): a document text
-// that opened one would take the rest of the page with it.
-bool opensRawContent(const QString& name) {
-    static const char* const names[] = {"script", "style",    "textarea", "title", "xmp",      "iframe",  "noembed",
-                                        "noframes", "noscript", "plaintext", "template", "svg", "math"};
-    for (const char* raw : names)
-        if (name.compare(QLatin1StringView(raw), Qt::CaseInsensitive) == 0)
+// The inline formatting elements that document texts use for emphasis. Any other element could
+// restructure the page (a heading, a list, a form control swallowing what follows) or hide it.
+bool isInlineFormatting(const QString& name) {
+    static const char* const names[] = {"b", "i",      "u",  "em",   "strong", "sub",  "sup", "small", "big",
+                                        "s", "strike", "tt", "code", "span",   "font", "br",  "mark"};
+    for (const char* formatting : names)
+        if (name.compare(QLatin1StringView(formatting), Qt::CaseInsensitive) == 0)
             return true;
     return false;
 }
 
 // Whether the "<" at text[at] may stay: it starts no markup at all (a digit, a blank or the
-// end follows), or a bare start or end tag of an ordinary element.
+// end follows), or a bare start or end tag of an inline formatting element.
 bool harmlessLessThan(const QString& text, qsizetype at) {
     qsizetype start = at + 1;
     const bool endTag = start < text.size() && text[start] == u'/';
@@ -205,7 +206,7 @@ bool harmlessLessThan(const QString& text, qsizetype at) {
     qsizetype end = start;
     while (end < text.size() && (isAsciiLetter(text[end]) || (text[end] >= u'0' && text[end] <= u'9')))
         ++end;
-    return end < text.size() && text[end] == u'>' && (endTag || !opensRawContent(text.mid(start, end - start)));
+    return end < text.size() && text[end] == u'>' && isInlineFormatting(text.mid(start, end - start));
 }
 
 }  // namespace
@@ -326,11 +327,42 @@ void HtmlWriter::writeDocumentStart() {
              "\n<meta http-equiv=\"Content-Type\" content=\"text/html; charset=utf-8\">";
 }
 
+void HtmlWriter::inlineResources(InlineResources resources) { inlined = std::move(resources); }
+
+std::string HtmlWriter::scriptElementText(std::string_view script) {
+    // Inside a script element the browser ends the element at "</script", and after "<!--" a
+    // "<script" would keep the next "</script>" from ending it. In the scripts the program
+    // carries, either can only stand in a string, a template, a regular expression or a
+    // comment: in the first three \x3C reads as "<", in a comment it is just as inert.
+    const auto opensMarkup = [&](size_t at) {
+        const std::string_view rest = script.substr(at);
+        if (rest.starts_with("<!--"))
+            return true;
+        constexpr std::string_view endTag = "</script";
+        if (rest.size() < endTag.size())
+            return false;
+        for (size_t i = 0; i < endTag.size(); ++i)
+            if (std::tolower(static_cast<unsigned char>(rest[i])) != endTag[i])
+                return false;
+        return true;
+    };
+    std::string out;
+    out.reserve(script.size());
+    for (size_t at = 0; at < script.size(); ++at) {
+        if (script[at] == '<' && opensMarkup(at))
+            out += "\\x3C";
+        else
+            out += script[at];
+    }
+    return out;
+}
+
 void HtmlWriter::writeScriptIncludes() {
-    const QString sideDirectory = basePath + QStringLiteral("_files");
-    *this << "\n<script type=\"text/javascript\" src=\"" << sideDirectory
-          << "/orbi.min.js\"></script>"
-             "\n<script type=\"text/javascript\">"
+    if (inlined)
+        *this << "\n<script type=\"text/javascript\">\n" << scriptElementText(inlined->bundle) << "\n</script>";
+    else
+        *this << "\n<script type=\"text/javascript\" src=\"" << basePath << "_files/orbi.min.js\"></script>";
+    *this << "\n<script type=\"text/javascript\">"
              "\n $(function() {"
              "\n\t $('.orbBox').sparkline('html', {type: 'bar' ,width: '200px', fillColor: false, barColor: 'green', "
              "\n\t normalRangeMin: '1', normalRangeMax: '2'"
@@ -341,12 +373,15 @@ void HtmlWriter::writeScriptIncludes() {
              "\n\t normalRangeMin: '1', normalRangeMax: '3'"
              "\n\t } );"
              "\n });"
-             "\n </script>"
-             "\n<!--[if IE]>"
-             "\n\t<script type=\"text/javascript\" src=\""
-          << sideDirectory
-          << "/excanvas.compiled.js\"></script>"
-             "\n<![endif]-->";
+             "\n </script>";
+    // The canvas emulation does nothing where the browser has a canvas of its own; inline, it
+    // needs no conditional comment, which any "-->" in the script would end.
+    if (inlined)
+        *this << "\n<script type=\"text/javascript\">\n" << scriptElementText(inlined->canvasScript) << "\n</script>";
+    else
+        *this << "\n<!--[if IE]>"
+                 "\n\t<script type=\"text/javascript\" src=\"" << basePath << "_files/excanvas.compiled.js\"></script>"
+                 "\n<![endif]-->";
 }
 
 void HtmlWriter::writeStyleSheet() {
@@ -406,7 +441,12 @@ void HtmlWriter::writeBanner(const QString& caption) {
              "ORBi<span style=\"font-size: medium\">-"
              "\n\t  <b><font style=\"color:red\"   >O</font>pen <font style=\"color:red\" >R</font>eport <font style=\"color:red\" >B</font>uilder"
              "\n\t  Ed<font style=\"color:red\">i</font>tion</b>"
-             "\n\t  <img src=\"" << basePath << "_files/logo.png\" width=\"50\" height=\"55\" align=\"absmiddle\" />"
+             "\n\t  <img src=\"";
+    if (inlined)
+        *this << inlined->logoUri;
+    else
+        *this << basePath << "_files/logo.png";
+    *this << "\" width=\"50\" height=\"55\" align=\"absmiddle\" />"
              "\n\t  <u>" << inertMarkup(caption) << "</u></span> </H1>";
 }
 

@@ -8,7 +8,9 @@
 #include <QStringEncoder>
 
 #include <cstddef>
+#include <optional>
 #include <string>
+#include <string_view>
 
 class QFile;
 
@@ -43,10 +45,11 @@ public:
     void writeAnnotationAttributes(const QString& annotation, const QString& text);
     // Replaces & < > " ' by their entities, ampersand first.
     static QString escapeHtml(const QString& text);
-    // Document text that the page shows as markup: a bare tag such as <b> or </b> stays, but a
-    // "<" that would open a comment, a declaration, a tag with attributes, or an element whose
-    // content the browser reads as script or raw text becomes &lt;. Text without such a "<"
-    // is returned unchanged.
+    // Document text that the page shows as markup: a bare start or end tag of an inline
+    // formatting element (b i u em strong sub sup small big s strike tt code span font br mark,
+    // any case) stays; every other "<" that would start markup (another element, a comment, a
+    // declaration, a processing instruction, a tag with attributes) becomes &lt;. Text without
+    // such a "<" is returned unchanged.
     static QString inertMarkup(const QString& text);
     // Document text inside a double-quoted attribute value: & and " become entities.
     static QString attributeValue(const QString& text);
@@ -54,6 +57,19 @@ public:
     static void appendEscapedAscii(std::string& out, const char16_t* text, size_t length);
     // True when text is null or holds only ASCII units; *length receives its length.
     static bool isAscii(const char16_t* text, size_t* length);
+
+    // The resources that a self-contained page carries instead of loading them from its side
+    // folder: the combined script, the canvas emulation script, the logo as a data: URI.
+    struct InlineResources {
+        std::string bundle;
+        std::string canvasScript;
+        std::string logoUri;
+    };
+    // From then on the script includes and the banner carry these resources inside the page.
+    void inlineResources(InlineResources resources);
+    // Script text that can stand inside a script element: the "<" of every "<!--" and "</script"
+    // (any case) becomes \x3C. Text without them is returned unchanged.
+    static std::string scriptElementText(std::string_view script);
 
     // The page frame.
     void writeDocumentStart();
@@ -79,7 +95,7 @@ protected:
     const QString styleFixedSmall;
     const QString styleTableOddLine;
     const QString styleTableEvenLine;
-    const QString basePath;
+    const QString basePath;  // the page's links to its side folder are basePath + "_files/" + file
     QFile* file = nullptr;
 
 private:
@@ -91,6 +107,7 @@ private:
     void appendUtf8(const char* bytes, size_t size);
     void writeBlock();
 
+    std::optional<InlineResources> inlined;
     bool writable = false;
     bool failed = false;
     QString* targetString = nullptr;  // the string of the testing constructor, which takes UTF-16

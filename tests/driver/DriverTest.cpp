@@ -32,6 +32,7 @@ const char* const continuousReport =
 const char* const charts = "<?xml version=\"1.0\"?>\n<ORB_Charts></ORB_Charts>\n";
 
 const char* const usage = "anarep v1.1\nUsage: anarep <xmlFile> [<graph-file>]\n";
+const char* const version = "anarep 1.1\n";
 const char* const allOk = "All Ok.\n";
 const char* const badReport = "Error: Invalid AnalystReport file\n";
 const char* const badCharts = "Error: Invalid Graph file\n";
@@ -109,6 +110,20 @@ INSTANTIATE_TEST_SUITE_P(Driver, DriverRunTest, testing::Values(
             {"data.txt", "c.xml"}, allOk, 0, "data.html", "data_files"},
     RunCase{"relative sub directory", {{"sub/x_analysisReport.xml", binaryReport}, {"sub/x_graphs.xml", charts}},
             {"sub/x_analysisReport.xml"}, allOk, 0, "sub/x_analysisReport.html", "sub/x_analysisReport_files"},
+    RunCase{"version", {{run1, binaryReport}, {run1Charts, charts}}, {"--version", run1}, version, 0,
+            nullptr, nullptr},
+    RunCase{"self-contained: no side directory", {{run1, binaryReport}, {run1Charts, charts}},
+            {"--self-contained", run1}, allOk, 0, "run1_analysisReport.html", nullptr},
+    RunCase{"self-contained with both names", {{"report.xml", binaryReport}, {"c.data", charts}},
+            {"--self-contained", "report.xml", "c.data"}, allOk, 0, "report.html", nullptr},
+    RunCase{"self-contained alone: usage", {}, {"--self-contained"}, usage, 0, nullptr, nullptr},
+    RunCase{"options only in first place", {{run1, binaryReport}, {run1Charts, charts}},
+            {run1, "--version"}, badCharts, 1, nullptr, nullptr},
+    RunCase{"self-contained only in first place", {{run1, binaryReport}, {run1Charts, charts}},
+            {run1, run1Charts, "--self-contained"}, allOk, 0, "run1_analysisReport.html",
+            "run1_analysisReport_files"},
+    RunCase{"no other option", {{run1, binaryReport}, {run1Charts, charts}}, {"-v", run1}, badReport, 1,
+            nullptr, nullptr},
     RunCase{"missing report", {{run1Charts, charts}}, {run1}, badReport, 1, nullptr, nullptr},
     RunCase{"empty report", {{run1, ""}, {run1Charts, charts}}, {run1}, badReport, 1, nullptr, nullptr},
     RunCase{"report left open", {{run1, "<ORB_AnalystReport><GeneralStats predictionJob='t'/>"},
@@ -153,13 +168,26 @@ TEST_F(DriverTest, UnknownJobLeavesAnEmptyPage) {
     EXPECT_TRUE(readFile(dir.file("run1_analysisReport.html")).isEmpty());
 }
 
-TEST_F(DriverTest, PageRefersToTheSideDirectoryAsTyped) {
+TEST_F(DriverTest, PageNamesItsSideDirectoryRelativeToItself) {
     writeFile(dir.file("sub/x_analysisReport.xml"), binaryReport);
     writeFile(dir.file("sub/x_graphs.xml"), charts);
     ASSERT_EQ(runAnarep({"sub/x_analysisReport.xml"}, dir.path()).exitCode, 0);
     const QByteArray page = readFile(dir.file("sub/x_analysisReport.html"));
-    EXPECT_TRUE(page.contains("src=\"sub/x_analysisReport_files/orbi.min.js\""));
-    EXPECT_TRUE(page.contains("<img src=\"sub/x_analysisReport_files/logo.png\""));
+    EXPECT_TRUE(page.contains("<script type=\"text/javascript\" src=\"x_analysisReport_files/orbi.min.js\">"));
+    EXPECT_TRUE(page.contains("src=\"x_analysisReport_files/excanvas.compiled.js\""));
+    EXPECT_TRUE(page.contains("<img src=\"x_analysisReport_files/logo.png\""));
+    EXPECT_TRUE(QFileInfo(dir.file("sub/x_analysisReport_files/orbi.min.js")).isFile());
+}
+
+TEST_F(DriverTest, SelfContainedPageCarriesTheResources) {
+    ASSERT_EQ(runAnarep({"--self-contained", run1}, dir.path()).exitCode, 0);
+    const QByteArray page = readFile(dir.file("run1_analysisReport.html"));
+    // The resources hold nothing that must be defused inside a script element.
+    EXPECT_TRUE(page.contains("<script type=\"text/javascript\">\n" + resource("orbi.min.js") + "\n</script>"));
+    EXPECT_TRUE(page.contains("<script type=\"text/javascript\">\n" + resource("excanvas.compiled.js") + "\n</script>"));
+    EXPECT_TRUE(page.contains("<img src=\"data:image/png;base64," + resource("logo.png").toBase64() + "\" width=\"50\""));
+    EXPECT_FALSE(page.contains("_files"));
+    EXPECT_FALSE(page.contains("<!--[if IE]>"));
 }
 
 TEST_F(DriverTest, ResourceFilesAreExactCopies) {
@@ -210,9 +238,22 @@ TEST_F(DriverTest, AbsolutePathsWork) {
     const QString input = dir.file(run1);
     const TestSupport::RunResult result = runAnarep({input}, QDir::tempPath());
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_TRUE(readFile(dir.file("run1_analysisReport.html"))
-                    .contains(("src=\"" + dir.file("run1_analysisReport_files/orbi.min.js")).toUtf8()));
+    EXPECT_TRUE(readFile(dir.file("run1_analysisReport.html")).contains("src=\"run1_analysisReport_files/orbi.min.js\""));
     EXPECT_TRUE(QFileInfo(dir.file("run1_analysisReport_files/orbi.min.js")).isFile());
+}
+
+TEST(DriverHelpTest, HelpTellsUsageMessagesAndExitCodes) {
+    TempDir dir;
+    for (const char* option : {"--help", "-h"}) {
+        const TestSupport::RunResult run = runAnarep({option, run1}, dir.path());
+        EXPECT_EQ(run.exitCode, 0) << option;
+        EXPECT_TRUE(run.err.isEmpty()) << option;
+        EXPECT_TRUE(run.out.startsWith("anarep 1.1: ")) << option;
+        for (const char* line : {"Usage: anarep [--self-contained] <xmlFile> [<graph-file>]", "All Ok.", "exit 0",
+                                 badReport, badCharts, "Error: Cannot write the page file", unknownJob, "exit 1"})
+            EXPECT_TRUE(run.out.contains(QByteArray(line).trimmed())) << option << ": " << line;
+        EXPECT_TRUE(QDir(dir.path()).isEmpty());
+    }
 }
 
 }  // namespace

@@ -58,4 +58,29 @@ TEST(ResourceFilesTest, UnknownResourceWritesAnEmptyFile) {
     EXPECT_EQ(QFileInfo(dir.file("nothing.js")).size(), 0);
 }
 
+struct RelativeBaseCase {
+    const char* basePath;
+    const char* expected;
+};
+
+void PrintTo(const RelativeBaseCase& c, std::ostream* os) { *os << c.basePath; }
+
+class PageRelativeBaseTest : public testing::TestWithParam<RelativeBaseCase> {};
+
+// The page lies beside its side directory: it names it by the last component, in a form that
+// the browser resolves to that very file name.
+TEST_P(PageRelativeBaseTest, NamesTheSideDirectoryFromBesideIt) {
+    EXPECT_EQ(pageRelativeBase(QString::fromUtf8(GetParam().basePath)).toStdString(), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(ResourceFiles, PageRelativeBaseTest, testing::Values(
+    RelativeBaseCase{"run1_analysisReport", "run1_analysisReport"},
+    RelativeBaseCase{"runs/model_analysisReport", "model_analysisReport"},
+    RelativeBaseCase{"/srv/a b/Données v2", "Données v2"},
+    RelativeBaseCase{"runs/", ""},
+    RelativeBaseCase{"50% #3?.x", "50%25 %233%3F.x"},
+    RelativeBaseCase{"c:\\x", "c%3A%5Cx"},
+    RelativeBaseCase{"a\"b&c", "a%22b%26c"},
+    RelativeBaseCase{"  two\tlines\n", "%20 two%09lines%0A"}));
+
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -68,7 +69,7 @@ INSTANTIATE_TEST_SUITE_P(HtmlWriter, MarkupTest, testing::Values(
     MarkupCase{"h3 annotation escaped for the attribute",
                [](HtmlWriter& w) { w.writeH3(s("Age & <group>"), s("1"), s("AGE_GRP")); },
                "\n\t<H3  onmouseover=\"annotationShow(this,'AGE_GRP','Age &amp; &lt;group&gt;')\" "
-               "onmouseout=\"annotationHide(this)\"  ><A  name=\"label_1\" >Age & <group></A>\n\t</H3>"},
+               "onmouseout=\"annotationHide(this)\"  ><A  name=\"label_1\" >Age & &lt;group></A>\n\t</H3>"},
     MarkupCase{"h3 quotes cannot end the script string or the attribute",
                [](HtmlWriter& w) { w.writeH3(s("say \"it's\""), none, s("O'Brien\\x")); },
                "\n\t<H3  onmouseover=\"annotationShow(this,'O\\&apos;Brien\\\\x',"
@@ -105,24 +106,31 @@ void PrintTo(const InertCase& c, std::ostream* os) { *os << c.input; }
 
 class InertMarkupTest : public testing::TestWithParam<InertCase> {};
 
-// Document text shown as markup keeps bare tags and every "<" that opens nothing; whatever could
-// bring a script, hide the page in a comment or raw text, or carry attributes is defused.
-TEST_P(InertMarkupTest, DefusesOnlyWhatCouldTakeOverThePage) {
+// Document text shown as markup keeps the bare tags of inline formatting and every "<" that opens
+// nothing; any other markup (an element, a comment, a declaration, attributes) is defused.
+TEST_P(InertMarkupTest, KeepsOnlyInlineFormattingTags) {
     EXPECT_EQ(HtmlWriter::inertMarkup(s(GetParam().input)).toStdString(), GetParam().expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(HtmlWriter, InertMarkupTest, testing::Values(
-    InertCase{"Age & <group>", "Age & <group>"},
+    InertCase{"Age & <group>", "Age & &lt;group>"},
+    InertCase{"<missing>", "&lt;missing>"},
+    InertCase{"Alcohol <select>", "Alcohol &lt;select>"},
     InertCase{"bank <2019>.csv", "bank <2019>.csv"},
     InertCase{"a < b <", "a < b <"},
-    InertCase{"<b>x</b><H1>y</H1>", "<b>x</b><H1>y</H1>"},
-    InertCase{"</script>", "</script>"},
-    InertCase{"<script>x=</script>", "&lt;script>x=</script>"},
-    InertCase{"<SCRIPT>", "&lt;SCRIPT>"},
+    InertCase{"<b>x</b><H1>y</H1>", "<b>x</b>&lt;H1>y&lt;/H1>"},
+    InertCase{"<I><U><EM><Strong><sub><sup><small><big><s><strike><tt><code><span><font><br><mark>",
+              "<I><U><EM><Strong><sub><sup><small><big><s><strike><tt><code><span><font><br><mark>"},
+    InertCase{"</mark></Span></FONT></br>", "</mark></Span></FONT></br>"},
+    InertCase{"<br/><b >", "&lt;br/>&lt;b >"},
+    InertCase{"<bx><b1>", "&lt;bx>&lt;b1>"},
+    InertCase{"</script>", "&lt;/script>"},
+    InertCase{"<script>x=</script>", "&lt;script>x=&lt;/script>"},
     InertCase{"<style><title><textarea><xmp><iframe><noscript><plaintext><template><svg><math>",
               "&lt;style>&lt;title>&lt;textarea>&lt;xmp>&lt;iframe>&lt;noscript>&lt;plaintext>&lt;template>"
               "&lt;svg>&lt;math>"},
     InertCase{"<img src=x onerror=alert(1)>", "&lt;img src=x onerror=alert(1)>"},
+    InertCase{"<font color=red>", "&lt;font color=red>"},
     InertCase{"x<!--y", "x&lt;!--y"},
     InertCase{"<?php", "&lt;?php"},
     InertCase{"</ x>", "&lt;/ x>"},
@@ -304,17 +312,56 @@ TEST_F(PageFrameTest, StyleSheetAndBannerFrameTheBody) {
     EXPECT_EQ(page.substr(start, frame.size()), frame);
 }
 
-TEST(HtmlWriterTest, SideDirectoryFollowsTheBasePathAsTyped) {
-    const QString base = QStringLiteral("C:/reports/run1_analysisReport");
+TEST(HtmlWriterTest, SideDirectoryLinksStartWithTheBaseGiven) {
+    const QString base = QStringLiteral("model%23_analysisReport");
     const std::string scripts = render([](HtmlWriter& w) { w.writeScriptIncludes(); }, base);
     const std::string banner = render([](HtmlWriter& w) { w.writeBanner(s("<b>v</b>")); }, base);
-    EXPECT_NE(scripts.find("src=\"C:/reports/run1_analysisReport_files/orbi.min.js\""), std::string::npos);
-    EXPECT_NE(scripts.find("src=\"C:/reports/run1_analysisReport_files/excanvas.compiled.js\""),
-              std::string::npos);
-    EXPECT_NE(banner.find("<img src=\"C:/reports/run1_analysisReport_files/logo.png\" width=\"50\""),
-              std::string::npos);
+    EXPECT_NE(scripts.find("src=\"model%23_analysisReport_files/orbi.min.js\""), std::string::npos);
+    EXPECT_NE(scripts.find("src=\"model%23_analysisReport_files/excanvas.compiled.js\""), std::string::npos);
+    EXPECT_NE(banner.find("<img src=\"model%23_analysisReport_files/logo.png\" width=\"50\""), std::string::npos);
     EXPECT_NE(banner.find("\n\t  <u><b>v</b></u></span> </H1>"), std::string::npos);
 }
+
+// A self-contained page: each script inline where its reference was, the logo as given.
+TEST(HtmlWriterTest, InlineResourcesReplaceTheSideDirectoryLinks) {
+    const auto inlined = [](HtmlWriter& w) {
+        w.inlineResources({"var b='</script>';", "if(!c){}", "data:image/png;base64,AAAA"});
+    };
+    const std::string scripts = render([&](HtmlWriter& w) { inlined(w); w.writeScriptIncludes(); });
+    const std::string banner = render([&](HtmlWriter& w) { inlined(w); w.writeBanner(s("v")); });
+    const std::string head = "\n<script type=\"text/javascript\">\nvar b='\\x3C/script>';\n</script>"
+                             "\n<script type=\"text/javascript\">\n $(function() {";
+    const std::string tail = "\n });\n </script>\n<script type=\"text/javascript\">\nif(!c){}\n</script>";
+    EXPECT_EQ(scripts.substr(0, head.size()), head);
+    EXPECT_EQ(scripts.substr(scripts.size() - std::min(tail.size(), scripts.size())), tail);
+    EXPECT_NE(banner.find("\n\t  <img src=\"data:image/png;base64,AAAA\" width=\"50\" height=\"55\" align=\"absmiddle\" />"),
+              std::string::npos);
+    EXPECT_EQ(scripts.find("_files"), std::string::npos);
+}
+
+struct ScriptTextCase {
+    const char* script;
+    const char* expected;
+};
+
+void PrintTo(const ScriptTextCase& c, std::ostream* os) { *os << c.script; }
+
+class ScriptElementTextTest : public testing::TestWithParam<ScriptTextCase> {};
+
+// Only what could end the element or hide its end changes; \x3C means "<" to the script.
+TEST_P(ScriptElementTextTest, DefusesWhatCouldEndTheElement) {
+    EXPECT_EQ(HtmlWriter::scriptElementText(GetParam().script), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(HtmlWriter, ScriptElementTextTest, testing::Values(
+    ScriptTextCase{"a<b&&c>d", "a<b&&c>d"},
+    ScriptTextCase{"s='<script></scrip</'", "s='<script></scrip</'"},
+    ScriptTextCase{"s='</script>'", "s='\\x3C/script>'"},
+    ScriptTextCase{"s=\"</SCRIPT \"+`</Script/`", "s=\"\\x3C/SCRIPT \"+`\\x3C/Script/`"},
+    ScriptTextCase{"r=/<!--x-->/;//<!--", "r=/\\x3C!--x-->/;//\\x3C!--"},
+    ScriptTextCase{"<!--<script>", "\\x3C!--<script>"},
+    ScriptTextCase{"<!-", "<!-"},
+    ScriptTextCase{"</script", "\\x3C/script"}));
 
 TEST(HtmlWriterTest, PageFileHoldsUtf8WithoutMarkAndOnlyLineFeeds) {
     TestSupport::TempDir dir;
