@@ -8,7 +8,7 @@ APT_PACKAGES := cmake g++ make pkg-config qt6-base-dev libgtest-dev libgmock-dev
 	libpugixml-dev chromium fonts-dejavu-core fonts-liberation libjs-excanvas python3 valgrind clang \
 	libclang-rt-14-dev time locales dpkg-dev man-db
 EXAMPLE := examples/breast_cancer_analysisReport.xml
-VERSION := $(shell sed -n 's/^project(anarep VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+VERSION := $(shell sed -n 's/^project.anarep VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 PACKAGE := dist/anarep_$(VERSION)-1_$(shell dpkg --print-architecture).deb
 
 .PHONY: all deps build build-asan test test-unit test-asan test-web test-conformance demo \
