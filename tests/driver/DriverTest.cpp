@@ -242,6 +242,15 @@ TEST_F(DriverTest, AbsolutePathsWork) {
     EXPECT_TRUE(QFileInfo(dir.file("run1_analysisReport_files/orbi.min.js")).isFile());
 }
 
+TEST_F(DriverTest, SelfContainedRunNeedsNoSideFolder) {
+    writeFile(dir.file("run1_analysisReport_files"), "a file in the way");
+    const TestSupport::RunResult result = runAnarep({"--self-contained", run1}, dir.path());
+    EXPECT_EQ(result.out, allOk);
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_TRUE(readFile(dir.file("run1_analysisReport.html")).contains("data:image/png;base64,"));
+    EXPECT_EQ(readFile(dir.file("run1_analysisReport_files")), "a file in the way");
+}
+
 TEST(DriverHelpTest, HelpTellsUsageMessagesAndExitCodes) {
     TempDir dir;
     for (const char* option : {"--help", "-h"}) {
@@ -250,7 +259,8 @@ TEST(DriverHelpTest, HelpTellsUsageMessagesAndExitCodes) {
         EXPECT_TRUE(run.err.isEmpty()) << option;
         EXPECT_TRUE(run.out.startsWith("anarep 1.1: ")) << option;
         for (const char* line : {"Usage: anarep [--self-contained] <xmlFile> [<graph-file>]", "All Ok.", "exit 0",
-                                 badReport, badCharts, "Error: Cannot write the page file", unknownJob, "exit 1"})
+                                 badReport, badCharts, "Error: Cannot write the page file",
+                                 "Error: Cannot write the side folder", unknownJob, "exit 1"})
             EXPECT_TRUE(run.out.contains(QByteArray(line).trimmed())) << option << ": " << line;
         EXPECT_TRUE(QDir(dir.path()).isEmpty());
     }
