@@ -96,10 +96,10 @@ std::vector<BenchFile> prepareFiles(const fs::path& scratch) {
 void parseWithXmlNode(benchmark::State& state, const BenchFile& file) {
     for (auto _ : state) {
         XmlParseResult result;
-        XmlNode root = XmlNode::parseFile(file.path.c_str(), nullptr, &result);
+        XmlNode root = XmlNode::parseFile(file.path.c_str(), {}, &result);
         if (result.error != XmlError::None)
             state.SkipWithError("parseFile failed");
-        benchmark::DoNotOptimize(root.data());
+        benchmark::DoNotOptimize(root.identity());
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(fs::file_size(file.path)));
 }

@@ -7,7 +7,7 @@ std::string quotedUtf8(const QString& text) {
     return ScriptText::quoted(text).toStdString();
 }
 
-std::string quotedAttribute(const XmlNode& node, const char16_t* name) {
+std::string quotedAttribute(const XmlNode& node, const char* name) {
     return quotedUtf8(xmlText(node.attribute(name)));
 }
 

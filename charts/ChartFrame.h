@@ -28,6 +28,6 @@ struct ChartFrame {
 // UTF-8 of text made safe between the single quotes of a script string.
 std::string quotedUtf8(const QString& text);
 // The same for an attribute's text; empty when the attribute is absent, also on the empty node.
-std::string quotedAttribute(const XmlNode& node, const char16_t* name);
+std::string quotedAttribute(const XmlNode& node, const char* name);
 // UTF-8 of text made safe as the tail of a script variable name.
 std::string identifierUtf8(const QString& text);

@@ -13,8 +13,8 @@ namespace {
 struct LiftSeriesSetting {
     const char* name;
     const char* color;
-    const char16_t* element;  // child of the chart root holding the curve
-    const char16_t* curve;
+    const char* element;  // child of the chart root holding the curve
+    const char* curve;
     bool coarse;
     int yAxis;
     int lineWidth;
@@ -24,22 +24,22 @@ struct LiftSeriesSetting {
 };
 
 constexpr LiftSeriesSetting quilloSeries =
-    {"quillo", "#44FF44", u"prunedFull", u"Quillo", false, 1, 2, false, false, false};
+    {"quillo", "#44FF44", "prunedFull", "Quillo", false, 1, 2, false, false, false};
 
 constexpr LiftSeriesSetting deliveredSeries[] = {
     quilloSeries,
-    {"Lift Test", "#8888AA", u"prunedTest", u"ROC", true, 1, 2, true, true, true},
-    {"Lift Full", "#0000AA", u"prunedFull", u"ROC", true, 1, 2, true, true, true},
-    {"proba", "#CC8888", u"prunedFull", u"Score", true, 0, 2, true, true, true},
+    {"Lift Test", "#8888AA", "prunedTest", "ROC", true, 1, 2, true, true, true},
+    {"Lift Full", "#0000AA", "prunedFull", "ROC", true, 1, 2, true, true, true},
+    {"proba", "#CC8888", "prunedFull", "Score", true, 0, 2, true, true, true},
 };
 
 constexpr LiftSeriesSetting selectedPrunedSeries[] = {
     quilloSeries,
-    {"Lift Test 99%t", "#8888AA", u"prunedTest", u"ROC99", true, 1, 1, true, false, false},
-    {"Lift Test 1%", "#AAAAFF", u"prunedTest", u"ROC1", true, 1, 1, true, false, false},
-    {"Lift Test", "#AAAAFF", u"prunedTest", u"ROC", true, 1, 2, true, true, true},
-    {"Lift Creation", "#FF0000", u"prunedCreation", u"ROC", true, 1, 2, true, true, true},
-    {"score", "#8B4513", u"prunedTest", u"Score", true, 0, 2, true, true, true},
+    {"Lift Test 99%t", "#8888AA", "prunedTest", "ROC99", true, 1, 1, true, false, false},
+    {"Lift Test 1%", "#AAAAFF", "prunedTest", "ROC1", true, 1, 1, true, false, false},
+    {"Lift Test", "#AAAAFF", "prunedTest", "ROC", true, 1, 2, true, true, true},
+    {"Lift Creation", "#FF0000", "prunedCreation", "ROC", true, 1, 2, true, true, true},
+    {"score", "#8B4513", "prunedTest", "Score", true, 0, 2, true, true, true},
 };
 
 // Written ahead of the table's series, so the tooltip code's series indices count it.
@@ -73,17 +73,17 @@ std::vector<std::string> liftSeries(ReportGenerator& generator, const XmlNode& c
 }
 
 std::string liftFigures(const XmlNode& element, const char* aucLabel) {
-    return aucLabel + quotedAttribute(element, u"AUC") +
-           " AUCtop=" + quotedAttribute(element, u"AUCtop") +
-           " nLine=" + std::to_string(parseIntOr(element.attribute(u"nLine"), 0)) +
-           " nTarget=" + quotedAttribute(element, u"nTarget");
+    return aucLabel + quotedAttribute(element, "AUC") +
+           " AUCtop=" + quotedAttribute(element, "AUCtop") +
+           " nLine=" + std::to_string(parseIntOr(element.attribute("nLine"), 0)) +
+           " nTarget=" + quotedAttribute(element, "nTarget");
 }
 
 std::string liftSubtitle(const XmlNode& chartRoot) {
     return "<font face=\"verdana\" >"
-           "<b>test:</b>" + liftFigures(chartRoot.childNamed(u"prunedTest"), " AUC=") +
+           "<b>test:</b>" + liftFigures(chartRoot.childNamed("prunedTest"), " AUC=") +
            "<br/>"
-           "<b>Full:</b>" + liftFigures(chartRoot.childNamed(u"prunedFull"), " AUC= ") +
+           "<b>Full:</b>" + liftFigures(chartRoot.childNamed("prunedFull"), " AUC= ") +
            "</font>";
 }
 
@@ -159,7 +159,7 @@ constexpr const char* liftLegend =
 
 void ReportGenerator::writeLiftChart(XmlNode root, const QString& kind,
                                      const QString& title) {
-    const bool delivered = kind == u"delivered";
+    const bool delivered = kind == "delivered";
     ChartFrame frame;
     frame.kind = kind;
     frame.title = title;
@@ -175,10 +175,10 @@ void ReportGenerator::writeLiftChart(XmlNode root, const QString& kind,
     *this << frame.scriptText();
 }
 
-const std::string& ReportGenerator::pointList(const XmlNode& parent, const char16_t* curveName, bool coarse,
+const std::string& ReportGenerator::pointList(const XmlNode& parent, const char* curveName, bool coarse,
                                               int yPrecision) {
     XmlNode curve = parent.childNamed(curveName);
-    const auto key = std::make_tuple(static_cast<const XmlNodeData*>(curve.data()), coarse, yPrecision);
+    const auto key = std::make_tuple(curve.identity(), coarse, yPrecision);
     auto found = pointLists.find(key);
     if (found == pointLists.end()) {
         std::string text = buildPointList(parent, curveName, coarse, yPrecision);

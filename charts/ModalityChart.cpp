@@ -33,7 +33,7 @@ struct ModalityPass {
 
 // The category of a modality: its name cut to 100 characters and "...", escaped for the page,
 // trimmed, and made safe inside the script's quotes, appended to out.
-void appendCategoryLabel(std::string& out, const char16_t* name) {
+void appendCategoryLabel(std::string& out, std::string_view name) {
     size_t length = 0;
     if (!HtmlWriter::isAscii(name, &length)) {
         QString label = xmlText(name);
@@ -46,7 +46,7 @@ void appendCategoryLabel(std::string& out, const char16_t* name) {
     // replaced quotes and "<", so quoting is left with backslashes and line breaks.
     std::string escaped;
     const bool cut = length > 103;
-    HtmlWriter::appendEscapedAscii(escaped, name, cut ? 100 : length);
+    HtmlWriter::appendEscapedAscii(escaped, name.data(), cut ? 100 : length);
     if (cut)
         escaped += "...";
     const auto isSpace = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
@@ -77,7 +77,7 @@ std::string targetEntry(double sumTarget) {
 void appendShownModality(ModalityPass& pass, const XmlNode& modality, int nOcc,
                          double sumTarget, double rate, bool binaryTarget) {
     pass.categories += '\'';
-    appendCategoryLabel(pass.categories, modality.attribute(u"name"));
+    appendCategoryLabel(pass.categories, modality.attribute("name"));
     pass.categories += '\'';
     pass.counts += std::to_string(nOcc);
     if (binaryTarget) {
@@ -97,14 +97,14 @@ void appendSeparator(ModalityPass& pass, const char* separator) {
 
 ModalityPass passOverModalities(const XmlNode& variable, bool binaryTarget) {
     ModalityPass pass;
-    pass.modalityCount = variable.childCountNamed(u"Modality");
+    pass.modalityCount = variable.childCountNamed("Modality");
     int position = 0;
     int32_t cursor = 0;
-    for (XmlNode modality = variable.childNamed(u"Modality", &cursor); !modality.isEmpty();
-         modality = variable.childNamed(u"Modality", &cursor)) {
+    for (XmlNode modality = variable.childNamed("Modality", &cursor); !modality.isEmpty();
+         modality = variable.childNamed("Modality", &cursor)) {
         ++position;
-        const int nOcc = parseIntOr(modality.attribute(u"nOcc"), 0);
-        const double sumTarget = parseDoubleOr(modality.attribute(u"sumTarget"), 0.0);
+        const int nOcc = parseIntOr(modality.attribute("nOcc"), 0);
+        const double sumTarget = parseDoubleOr(modality.attribute("sumTarget"), 0.0);
         const double scale = binaryTarget ? 100.0 : 1.0;
         const double rate = nOcc == 0 ? 0.0 : sumTarget * scale / nOcc;
         pass.nLines += nOcc;
@@ -142,14 +142,14 @@ std::string modalitySubtitle(const ModalityPass& pass, bool binaryTarget) {
 }
 
 std::string modalityTitle(const XmlNode& variable) {
-    QString title = xmlText(variable.attribute(u"label"));
+    QString title = xmlText(variable.attribute("label"));
     if (title.isEmpty())
-        title = xmlText(variable.attribute(u"name"));
+        title = xmlText(variable.attribute("name"));
     return quotedUtf8(title);
 }
 
 std::string modalityHead(const XmlNode& variable, const ModalityPass& pass, bool binaryTarget) {
-    const QString idx = xmlText(variable.attribute(u"idx"));
+    const QString idx = xmlText(variable.attribute("idx"));
     return "\n\t<script type=\"text/javascript\">"
            "\n\t$(document).ready(function() {"
            "\n\tvar chart" + identifierUtf8(idx) + " = new Highcharts.Chart({"

@@ -13,12 +13,13 @@ namespace {
 // Bytes that a decode really produced. A truncated decode stops at the first "=" or at the
 // end of the text, and the decoder does not say how far it got; every 4 significant
 // characters before that point gave 3 bytes.
-int64_t validByteCount(const char16_t* text, int64_t length, XmlError error) {
+int64_t validByteCount(std::string_view text, int64_t length, XmlError error) {
     if (error == XmlError::None)
         return length;
     int64_t characters = 0;
-    for (const char16_t* p = text; *p && *p != u'='; ++p) {
-        if (*p != u' ' && *p != u'\t' && *p != u'\n' && *p != u'\r')
+    for (size_t i = 0; i < text.size() && text[i] != '='; ++i) {
+        const char c = text[i];
+        if (c != ' ' && c != '\t' && c != '\n' && c != '\r')
             ++characters;
     }
     return std::min(length, characters * 6 / 8);
@@ -33,7 +34,7 @@ struct DoubleArray {
     int64_t length = 0;      // what the text should decode to
     int64_t validBytes = 0;  // what it did decode to; 0 when the text is unusable
 
-    explicit DoubleArray(const char16_t* text) : index(text) {
+    explicit DoubleArray(std::string_view text) : index(text) {
         if (index.shape() == Base64Index::Shape::Regular) {
             length = validBytes = index.length();
             return;
@@ -94,14 +95,14 @@ struct PointWriter {
 
 }  // namespace
 
-std::string buildPointList(XmlNode parent, const char16_t* curveName, bool coarse,
+std::string buildPointList(XmlNode parent, const char* curveName, bool coarse,
                            int yPrecision) {
     const XmlNode curve = parent.childNamed(curveName);
-    const DoubleArray x(curve.childNamed(u"x").textAt(0));
+    const DoubleArray x(curve.childNamed("x").textAt(0));
     const int64_t n = x.length / 8;
     if (!x.holds(n))
         return {};
-    const DoubleArray y(curve.childNamed(u"y").textAt(0));
+    const DoubleArray y(curve.childNamed("y").textAt(0));
     if (!y.holds(n))
         return {};
 

@@ -11,5 +11,5 @@
 // x's decoded length over 8; the text is empty when the curve, its x or y is missing or
 // undecodable, that number is 0, or x or y really decodes to fewer bytes than the points need
 // (a truncated text); so also on the empty node.
-std::string buildPointList(XmlNode parent, const char16_t* curveName, bool coarse,
+std::string buildPointList(XmlNode parent, const char* curveName, bool coarse,
                            int yPrecision);

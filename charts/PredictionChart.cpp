@@ -17,25 +17,25 @@ namespace {
 struct PredictionSeriesSetting {
     const char* name;
     const char* color;
-    const char16_t* curve;  // null for the zero line, which is drawn from the x range
+    const char* curve;  // null for the zero line, which is drawn from the x range
     const char* type;
     int lineWidth;
     bool enableMouseTracking;
 };
 
 constexpr PredictionSeriesSetting deliveredSeries[] = {
-    {"Final Model Full", "#000000", u"dots", "scatter", 2, true},
-    {"Perfect", "#0000FF", u"Perfect", "line", 2, false},
-    {"Constant Mean", "#FF0000", u"ConstantMean", "line", 2, false},
+    {"Final Model Full", "#000000", "dots", "scatter", 2, true},
+    {"Perfect", "#0000FF", "Perfect", "line", 2, false},
+    {"Constant Mean", "#FF0000", "ConstantMean", "line", 2, false},
 };
 
 constexpr PredictionSeriesSetting selectedPrunedSeries[] = {
     {"", "#000000", nullptr, "line", 3, false},
-    {"Constant", "#008800", u"Constant", "line", 2, true},
-    {"Prediction Error", "#FF0000", u"InterceptError", "line", 2, true},
-    {"Absolute Prediction Error", "#0000FF", u"AbsoluteInterceptError", "line", 2, true},
-    {"Absolute Prediction Error High", "#AAAAFF", u"AbsoluteInterceptErrorH", "line", 2, true},
-    {"Absolute Prediction Error Low", "#AAAAFF", u"AbsoluteInterceptErrorL", "line", 2, true},
+    {"Constant", "#008800", "Constant", "line", 2, true},
+    {"Prediction Error", "#FF0000", "InterceptError", "line", 2, true},
+    {"Absolute Prediction Error", "#0000FF", "AbsoluteInterceptError", "line", 2, true},
+    {"Absolute Prediction Error High", "#AAAAFF", "AbsoluteInterceptErrorH", "line", 2, true},
+    {"Absolute Prediction Error Low", "#AAAAFF", "AbsoluteInterceptErrorL", "line", 2, true},
 };
 
 struct XRange {
@@ -76,8 +76,8 @@ bool isPlainNumber(const QString& text) {
 }
 
 std::string yRange(const XmlNode& ranges) {
-    const QString low = xmlText(ranges.attribute(u"ymin"));
-    const QString high = xmlText(ranges.attribute(u"ymax"));
+    const QString low = xmlText(ranges.attribute("ymin"));
+    const QString high = xmlText(ranges.attribute("ymax"));
     if (!isPlainNumber(low) || !isPlainNumber(high))
         return {};
     return "\n\t      min: " + low.toStdString() + ",max: " + high.toStdString() + ",";
@@ -120,10 +120,10 @@ std::string predictionSubtitle(bool delivered, const XmlNode& curves) {
         out += " Red: error,"
                " Blue: abs error"
                "<br/>";
-    out += " MAE=" + quotedAttribute(curves, u"MAE") +
-           " RSquared=" + quotedAttribute(curves, u"RSquared") +
-           " nLine=" + quotedAttribute(curves, u"nLine") +
-           " nVar=" + quotedAttribute(curves, u"nVar") +
+    out += " MAE=" + quotedAttribute(curves, "MAE") +
+           " RSquared=" + quotedAttribute(curves, "RSquared") +
+           " nLine=" + quotedAttribute(curves, "nLine") +
+           " nVar=" + quotedAttribute(curves, "nVar") +
            "</font>";
     return out;
 }
@@ -158,10 +158,10 @@ constexpr const char* errorTooltip =
 
 void ReportGenerator::writePredictionChart(XmlNode curves, const QString& kind,
                                            const QString& title) {
-    const bool delivered = kind == u"delivered";
-    const XmlNode ranges = curves.childNamed(u"ranges");
-    const XRange range{parseDoubleOr(ranges.attribute(u"xmin"), 0.0),
-                       parseDoubleOr(ranges.attribute(u"xmax"), 100.0)};
+    const bool delivered = kind == "delivered";
+    const XmlNode ranges = curves.childNamed("ranges");
+    const XRange range{parseDoubleOr(ranges.attribute("xmin"), 0.0),
+                       parseDoubleOr(ranges.attribute("xmax"), 100.0)};
     ChartFrame frame;
     frame.kind = kind;
     frame.title = title;

@@ -65,7 +65,7 @@ QByteArray chartPathFor(int argc, char** argv) {
 
 // The document's root element, or the empty node when the file does not parse cleanly or
 // lacks the root. A tolerated MissingEndTag counts as a failure here.
-XmlNode loadDocument(const QByteArray& path, const char16_t* rootTag) {
+XmlNode loadDocument(const QByteArray& path, const char* rootTag) {
     XmlParseResult result;
     XmlNode root = XmlNode::parseFile(path.constData(), rootTag, &result);
     if (result.error != XmlError::None)
@@ -100,13 +100,13 @@ int main(int argc, char** argv) {
     std::setlocale(LC_NUMERIC, "C");
     QLocale::setDefault(QLocale::c());
 
-    const XmlNode reportRoot = loadDocument(QByteArray(argv[1]), u"ORB_AnalystReport");
+    const XmlNode reportRoot = loadDocument(QByteArray(argv[1]), "ORB_AnalystReport");
     if (reportRoot.isEmpty()) {
         printLine("Error: Invalid AnalystReport file\n");
         return 1;
     }
     // Declared after the report root so that it is released first.
-    const XmlNode chartRoot = loadDocument(chartPathFor(argc, argv), u"ORB_Charts");
+    const XmlNode chartRoot = loadDocument(chartPathFor(argc, argv), "ORB_Charts");
     if (chartRoot.isEmpty()) {
         printLine("Error: Invalid Graph file\n");
         return 1;

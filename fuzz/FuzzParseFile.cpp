@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::fwrite(data, 1, size, file);
     std::fclose(file);
     XmlParseResult result;
-    XmlNode root = XmlNode::parseFile(path.c_str(), u"ORB_Charts", &result);
-    (void)root.childNamed(u"prunedFull").attribute(u"AUC");
+    XmlNode root = XmlNode::parseFile(path.c_str(), "ORB_Charts", &result);
+    (void)root.childNamed("prunedFull").attribute("AUC");
     return 0;
 }

@@ -187,11 +187,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     XmlParseResult result;
     XmlNode reportRoot =
-        XmlNode::parseFile(writeTemp("-a.xml", report).c_str(), u"ORB_AnalystReport", &result);
+        XmlNode::parseFile(writeTemp("-a.xml", report).c_str(), "ORB_AnalystReport", &result);
     if (result.error != XmlError::None)
         return 0;
     XmlNode chartRoot =
-        XmlNode::parseFile(writeTemp("-g.xml", charts).c_str(), u"ORB_Charts", &result);
+        XmlNode::parseFile(writeTemp("-g.xml", charts).c_str(), "ORB_Charts", &result);
     if (result.error != XmlError::None)
         return 0;
     QString page;

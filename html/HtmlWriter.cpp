@@ -3,6 +3,7 @@
 #include "html/NumberFormat.h"
 #include "html/ScriptText.h"
 #include "html/XmlText.h"
+#include "xml/XmlNumbers.h"
 
 #include <QFile>
 
@@ -241,23 +242,20 @@ QString HtmlWriter::attributeValue(const QString& text) {
     return out;
 }
 
-void HtmlWriter::appendEscapedAscii(std::string& out, const char16_t* text, size_t length) {
+void HtmlWriter::appendEscapedAscii(std::string& out, const char* text, size_t length) {
     for (size_t i = 0; i < length; ++i) {
-        if (const char* entity = entityFor(text[i]))
+        if (const char* entity = entityFor(static_cast<char16_t>(text[i])))
             out += entity;
         else
-            out += static_cast<char>(text[i]);
+            out += text[i];
     }
 }
 
-bool HtmlWriter::isAscii(const char16_t* text, size_t* length) {
-    size_t i = 0;
+bool HtmlWriter::isAscii(std::string_view text, size_t* length) {
     bool ascii = true;
-    if (text != nullptr) {
-        for (; text[i] != 0; ++i)
-            ascii = ascii && text[i] < 0x80;
-    }
-    *length = i;
+    for (const char c : text)
+        ascii = ascii && static_cast<unsigned char>(c) < 0x80;
+    *length = text.size();
     return ascii;
 }
 
@@ -463,7 +461,7 @@ void HtmlWriter::writeBar(double value, double maximum, int width) {
           << "<div style=\"width:" << filled << "px;\" class=\"sparkBl\" ></div></div></div>";
 }
 
-void HtmlWriter::writeValueCells(XmlNode node, const char16_t* attributeName, double maximum,
+void HtmlWriter::writeValueCells(XmlNode node, const char* attributeName, double maximum,
                                  int precision, double threshold) {
     const double value = parseDoubleOr(node.attribute(attributeName), 0.0);
     if (maximum == 0.0)

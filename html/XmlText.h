@@ -1,9 +1,10 @@
 #pragma once
-// Bridges the XML library's zero-terminated UTF-16 strings to QString.
+// Bridges the XML library's UTF-8 views to QString.
 
 #include <QString>
 
-// An absent (null) string becomes the null QString, an empty one the empty QString.
-inline QString xmlText(const char16_t* text) {
-    return text ? QString::fromUtf16(text) : QString();
-}
+#include <string_view>
+
+// An absent (null) view becomes the null QString, an empty one the empty QString. Every UTF-16
+// unit of the document comes back as it was, a lone surrogate included.
+QString xmlText(std::string_view text);

@@ -8,7 +8,7 @@
 #include <cstdint>
 
 template <typename Visit>
-void forEachChildNamed(const XmlNode& parent, const char16_t* name, Visit&& visit) {
+void forEachChildNamed(const XmlNode& parent, const char* name, Visit&& visit) {
     int32_t cursor = 0;
     for (XmlNode child = parent.childNamed(name, &cursor); !child.isEmpty();
          child = parent.childNamed(name, &cursor))

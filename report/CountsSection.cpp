@@ -9,11 +9,11 @@ namespace {
 
 const char kSpacerRow[] = "\n  <tr><td colspan=\"7\"></td></tr>";
 
-QString textOf(const XmlNode& stats, const char16_t* attribute) {
+QString textOf(const XmlNode& stats, const char* attribute) {
     return HtmlWriter::inertMarkup(xmlText(stats.attribute(attribute)));
 }
 
-int32_t integerOf(const XmlNode& stats, const char16_t* attribute) {
+int32_t integerOf(const XmlNode& stats, const char* attribute) {
     return parseIntOr(stats.attribute(attribute), 0);
 }
 
@@ -66,19 +66,19 @@ void writeCreationRow(HtmlWriter& page, int32_t inCreation, const QString& creat
 }
 
 void writeDatasetBlock(HtmlWriter& page, const XmlNode& stats, int32_t sampled) {
-    const int32_t inTest = integerOf(stats, u"nLineInTestSet");
-    const int32_t inCreation = integerOf(stats, u"nLineInCreationSet");
+    const int32_t inTest = integerOf(stats, "nLineInTestSet");
+    const int32_t inCreation = integerOf(stats, "nLineInCreationSet");
     // The first two rows lack a blank before some attributes; the page keeps that.
     page << "\n  <tr><td colspan=\"7\" align=\"left\">Dataset</td></tr>"
             "\n  <tr>"
             "\n    <td width=\"12\">&nbsp;</td>"
             "\n    <td width=\"261\" align=\"left\">Initial count</td>"
-            "\n    <td width=\"71\"align=\"right\">" << textOf(stats, u"nLineStart") << "</td>"
+            "\n    <td width=\"71\"align=\"right\">" << textOf(stats, "nLineStart") << "</td>"
             "\n  </tr>"
             "\n  <tr>"
             "\n    <td width=\"12\">&nbsp;</td>"
             "\n    <td width=\"261\"align=\"left\">After lines exclusion/selection</td>"
-            "\n    <td width=\"71\"align=\"right\">" << integerOf(stats, u"nLineSQL") << "</td>"
+            "\n    <td width=\"71\"align=\"right\">" << integerOf(stats, "nLineSQL") << "</td>"
             "\n  </tr>";
     writeSamplingRow(page, sampled, inTest, share(percent(inTest, sampled), 2));
     writeCreationRow(page, inCreation, share(percent(inCreation, sampled), 2));
@@ -94,31 +94,31 @@ void writeAprioriRow(HtmlWriter& page, const char* label, double probability) {
 }
 
 void writeTargetBlock(HtmlWriter& page, const XmlNode& stats, int32_t sampled) {
-    const int32_t selected = integerOf(stats, u"nTargetSQL");
-    const int32_t targets = integerOf(stats, u"nTargetSampling");
-    const int32_t inTest = integerOf(stats, u"nTargetInTestSet");
+    const int32_t selected = integerOf(stats, "nTargetSQL");
+    const int32_t targets = integerOf(stats, "nTargetSampling");
+    const int32_t inTest = integerOf(stats, "nTargetInTestSet");
     const int32_t inCreation = wrapped(int64_t{targets} - inTest);
     writeTitleRow(page, "Target");
-    writeCountRow(page, "Initial count", textOf(stats, u"nTargetCountStart"));
-    writeCountRow(page, "Against dataset", textOf(stats, u"nTargetInWholeDataset"));
+    writeCountRow(page, "Initial count", textOf(stats, "nTargetCountStart"));
+    writeCountRow(page, "Against dataset", textOf(stats, "nTargetInWholeDataset"));
     writeCountRow(page, "After lines exclusion/selection", NumberFormat::integer(selected));
     writeSamplingRow(page, targets, inTest, share(percent(inTest, targets), 3));
     writeCreationRow(page, inCreation, share(percent(inCreation, targets), 3));
     page << kSpacerRow;
     writeAprioriRow(page, "Apriori probability of Target in selected lines",
-                    selected * 100.0 / integerOf(stats, u"nLineSQL"));
+                    selected * 100.0 / integerOf(stats, "nLineSQL"));
     writeAprioriRow(page, "Apriori probability of Target in sample", targets * 100.0 / sampled);
     page << kSpacerRow << kSpacerRow;
 }
 
 void writeVariablesBlock(HtmlWriter& page, const XmlNode& stats) {
     writeTitleRow(page, "Number of Variable");
-    writeCountRow(page, "Initial Number of Columns", textOf(stats, u"nColInitialCount"));
-    writeCountRow(page, "Initial variable count", textOf(stats, u"nCountVarStart"));
-    writeCountRow(page, "After Exclusions", textOf(stats, u"nVarAfterSQL"));
-    writeCountRow(page, "After removing irrelevant var", textOf(stats, u"nVarAfterPruning"));
-    writeCountRow(page, "Inside simple model", textOf(stats, u"nVarInsideBasicModel"));
-    writeCountRow(page, "Inside pruned model", textOf(stats, u"nVarInsidePrunedModel"));
+    writeCountRow(page, "Initial Number of Columns", textOf(stats, "nColInitialCount"));
+    writeCountRow(page, "Initial variable count", textOf(stats, "nCountVarStart"));
+    writeCountRow(page, "After Exclusions", textOf(stats, "nVarAfterSQL"));
+    writeCountRow(page, "After removing irrelevant var", textOf(stats, "nVarAfterPruning"));
+    writeCountRow(page, "Inside simple model", textOf(stats, "nVarInsideBasicModel"));
+    writeCountRow(page, "Inside pruned model", textOf(stats, "nVarInsidePrunedModel"));
     page << kSpacerRow << kSpacerRow;
 }
 
@@ -144,22 +144,22 @@ void writeRegroupingBlock(HtmlWriter& page, const XmlNode& stats, int32_t sample
             "\n    <td width=\"261\" align=\"left\">minimum modality size for variables:</td>"
             "\n  </tr>";
     writeMinimumSizeRow(page, "- without order", " >",
-                        integerOf(stats, u"minSizeModalityForNominalVar"), sampled);
+                        integerOf(stats, "minSizeModalityForNominalVar"), sampled);
     writeMinimumSizeRow(page, "- with order", ">",
-                        integerOf(stats, u"minSizeModalityForOrderedVar"), sampled);
+                        integerOf(stats, "minSizeModalityForOrderedVar"), sampled);
 }
 
 }  // namespace
 
 void ReportGenerator::writeGeneralCounts() {
-    const XmlNode stats = reportRoot.childNamed(u"GeneralStats");
+    const XmlNode stats = reportRoot.childNamed("GeneralStats");
     // Documents may carry the sampled line count under a misspelt name only.
-    int32_t sampled = integerOf(stats, u"nLineSampling");
+    int32_t sampled = integerOf(stats, "nLineSampling");
     if (sampled == 0)
-        sampled = integerOf(stats, u"nLineSamping");
+        sampled = integerOf(stats, "nLineSamping");
     writeH2(QStringLiteral("General Counts"));
     *this << "\n"
-             "\nDataset: " << textOf(stats, u"configFile") << "<br>"
+             "\nDataset: " << textOf(stats, "configFile") << "<br>"
              "\n" << (isBinaryTarget ? "Binary modeling" : "Continuous modeling")
           << "\n<table width=\"700\" border=\"0\" nowrap=\"nowrap\" >";
     writeDatasetBlock(*this, stats, sampled);

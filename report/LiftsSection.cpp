@@ -11,8 +11,8 @@ void ReportGenerator::writeModelCharts() {
         writeLiftChart(chartRoot, delivered, finalModel);
         writeLiftChart(chartRoot, selectedPruned, prunedModel);
     } else {
-        writePredictionChart(chartRoot.childNamed(u"prunedCloudFull"), delivered, finalModel);
-        writePredictionChart(chartRoot.childNamed(u"prunedTest"), selectedPruned, prunedModel);
+        writePredictionChart(chartRoot.childNamed("prunedCloudFull"), delivered, finalModel);
+        writePredictionChart(chartRoot.childNamed("prunedTest"), selectedPruned, prunedModel);
     }
 }
 

@@ -11,14 +11,14 @@ namespace {
 
 // A removed variable is shown by its label, or by its name when it has no label.
 QString displayName(const XmlNode& variable) {
-    const QString label = xmlText(variable.attribute(u"label"));
-    return HtmlWriter::escapeHtml(label.isEmpty() ? xmlText(variable.attribute(u"name")) : label);
+    const QString label = xmlText(variable.attribute("label"));
+    return HtmlWriter::escapeHtml(label.isEmpty() ? xmlText(variable.attribute("name")) : label);
 }
 
 }  // namespace
 
 void ReportGenerator::writeTechnicalParameters() {
-    const XmlNode config = reportRoot.childNamed(u"ORB_Config");
+    const XmlNode config = reportRoot.childNamed("ORB_Config");
     writeH2(QStringLiteral("Technical Parameters"));
     const int32_t count = config.attributeCount();
     for (int32_t i = 0; i < count; ++i) {
@@ -29,7 +29,7 @@ void ReportGenerator::writeTechnicalParameters() {
             *this << "\n";
     }
     *this << "<br/>\n";
-    const XmlNode description = config.childNamed(u"DescriptionFile");
+    const XmlNode description = config.childNamed("DescriptionFile");
     if (!description.isEmpty())
         *this << "   Description file: \n  " << escapeHtml(xmlText(description.textAt(0)))
               << "\n <br/>\n";
@@ -39,7 +39,7 @@ void ReportGenerator::writeTechnicalParameters() {
 void ReportGenerator::writePrunedVariables() {
     writeH2(QStringLiteral("Variables that have been pruned"));
     *this << "<p>";
-    forEachChildNamed(reportRoot.childNamed(u"PrunedVar"), u"Var", [this](const XmlNode& variable) {
+    forEachChildNamed(reportRoot.childNamed("PrunedVar"), "Var", [this](const XmlNode& variable) {
         *this << displayName(variable) << "<br/>";
     });
     *this << "</p>";
@@ -47,11 +47,11 @@ void ReportGenerator::writePrunedVariables() {
 
 void ReportGenerator::writeSuspiciousVariables() {
     writeH2(QStringLiteral("Suspicious Variables (removed because AUCuniv > AUCmax)"));
-    const XmlNode list = reportRoot.childNamed(u"VariableAboveAUCMax");
+    const XmlNode list = reportRoot.childNamed("VariableAboveAUCMax");
     // Every bar is scaled by the first variable's AUC, so a later, larger one overflows its band.
-    const double scale = parseDoubleOr(list.childNamed(u"Var").attribute(u"auc"), 0.0);
-    forEachChildNamed(list, u"Var", [this, scale](const XmlNode& variable) {
-        const double auc = parseDoubleOr(variable.attribute(u"auc"), 0.0);
+    const double scale = parseDoubleOr(list.childNamed("Var").attribute("auc"), 0.0);
+    forEachChildNamed(list, "Var", [this, scale](const XmlNode& variable) {
+        const double auc = parseDoubleOr(variable.attribute("auc"), 0.0);
         *this << "<p><div>";
         writeBar(std::fabs(auc), scale, 100);
         *this << "&nbsp;&nbsp;&nbsp;" << NumberFormat::g(auc) << "% : " << displayName(variable)
@@ -62,10 +62,10 @@ void ReportGenerator::writeSuspiciousVariables() {
 void ReportGenerator::writeIgnoredVariables() {
     writeH2(QStringLiteral("Variable Ignored"));
     *this << "\n";
-    const XmlNode list = reportRoot.childNamed(u"IgnoredVariable");
+    const XmlNode list = reportRoot.childNamed("IgnoredVariable");
     // A long list goes on one line; the separator follows the last name too.
-    const char* separator = list.childCountNamed(u"Var") > 30 ? " ," : "<br/>";
-    forEachChildNamed(list, u"Var", [this, separator](const XmlNode& variable) {
+    const char* separator = list.childCountNamed("Var") > 30 ? " ," : "<br/>";
+    forEachChildNamed(list, "Var", [this, separator](const XmlNode& variable) {
         *this << displayName(variable) << separator;
     });
 }

@@ -62,9 +62,9 @@ struct ModalityExtremes {
 ModalityExtremes modalityExtremes(const XmlNode& variable) {
     ModalityExtremes extremes;
     // The modalities' parent is the variable: its counts are read once, not once per modality.
-    const int nLine = parseIntOr(variable.attribute(u"nLine"), 0);
-    const double sumTargetTotal = parseDoubleOr(variable.attribute(u"sumTargetTotal"), 0.0);
-    forEachChildNamed(variable, u"Modality", [&](const XmlNode& modality) {
+    const int nLine = parseIntOr(variable.attribute("nLine"), 0);
+    const double sumTargetTotal = parseDoubleOr(variable.attribute("sumTargetTotal"), 0.0);
+    forEachChildNamed(variable, "Modality", [&](const XmlNode& modality) {
         const double index = ReportGenerator::modalityIndex(modality, nLine, sumTargetTotal);
         if (index < extremes.lowest)
             extremes.lowest = index;
@@ -79,7 +79,7 @@ ModalityExtremes modalityExtremes(const XmlNode& variable) {
 }
 
 // Scale of a bar column: the largest magnitude over the first count children.
-double largestMagnitude(const XmlNode& list, int32_t count, const char16_t* attribute) {
+double largestMagnitude(const XmlNode& list, int32_t count, const char* attribute) {
     double largest = -kLargest;
     for (int32_t i = 0; i < count; ++i) {
         const double value = parseDoubleOr(list.childAt(i).attribute(attribute), 0.0);
@@ -90,13 +90,13 @@ double largestMagnitude(const XmlNode& list, int32_t count, const char16_t* attr
     return largest;
 }
 
-QString nameOf(const XmlNode& node) { return xmlText(node.attribute(u"name")); }
+QString nameOf(const XmlNode& node) { return xmlText(node.attribute("name")); }
 
 void writeRankAndNameCells(ReportGenerator& page, int rank, const XmlNode& variable) {
     page << "\n  <tr>"
             "\n    <td width=\"8\" class=\"thinline\">" << rank << "</td>"
             "\n    <td align=\"left\" nowrap=\"nowrap\" class=\"thinline\">";
-    page.writeLink(HtmlWriter::escapeHtml(nameOf(variable)), xmlText(variable.attribute(u"idx")));
+    page.writeLink(HtmlWriter::escapeHtml(nameOf(variable)), xmlText(variable.attribute("idx")));
     page << "</td>";
 }
 
@@ -120,25 +120,25 @@ void writeModalitySummaryCells(ReportGenerator& page, const XmlNode& variable,
 
 double ReportGenerator::modalityIndex(const XmlNode& modality, int nLine, double sumTargetTotal) {
     if (nLine < 0)
-        nLine = parseIntOr(modality.parent().attribute(u"nLine"), 0);
+        nLine = parseIntOr(modality.parent().attribute("nLine"), 0);
     if (sumTargetTotal < 0.0)
-        sumTargetTotal = parseDoubleOr(modality.parent().attribute(u"sumTargetTotal"), 0.0);
-    const int32_t nOcc = parseIntOr(modality.attribute(u"nOcc"), 0);
-    const double sumTarget = parseDoubleOr(modality.attribute(u"sumTarget"), 0.0);
+        sumTargetTotal = parseDoubleOr(modality.parent().attribute("sumTargetTotal"), 0.0);
+    const int32_t nOcc = parseIntOr(modality.attribute("nOcc"), 0);
+    const double sumTarget = parseDoubleOr(modality.attribute("sumTarget"), 0.0);
     if (nOcc == 0)
         return 0.0;
     return (nLine * sumTarget) / (nOcc * sumTargetTotal) * 100.0;
 }
 
 void ReportGenerator::writeRankingTable() {
-    const XmlNode shortList = reportRoot.childNamed(u"ModelVariableShort");
-    const XmlNode longList = reportRoot.childNamed(u"ModelVariableLong");
+    const XmlNode shortList = reportRoot.childNamed("ModelVariableShort");
+    const XmlNode longList = reportRoot.childNamed("ModelVariableLong");
     const int32_t count = shortList.childCount();
-    const double maxImportance = largestMagnitude(shortList, count, u"importance");
-    const double maxAuc = largestMagnitude(longList, count, u"auc");
+    const double maxImportance = largestMagnitude(shortList, count, "importance");
+    const double maxAuc = largestMagnitude(longList, count, "auc");
     const double maxCorrelation =
-        largestMagnitude(shortList, count, u"linearCorrelationWithTarget");
-    const double maxWeight = largestMagnitude(shortList, count, u"weightNormalized");
+        largestMagnitude(shortList, count, "linearCorrelationWithTarget");
+    const double maxWeight = largestMagnitude(shortList, count, "weightNormalized");
     writeH2(QStringLiteral("Discriminative Variables ranking"));
     *this << kRankingHeader;
     // Only this text outlives its row: a row without a usable modality repeats the previous one.
@@ -147,10 +147,10 @@ void ReportGenerator::writeRankingTable() {
         const XmlNode variable = shortList.childAt(i);
         const XmlNode details = longList.childAt(i);
         writeRankAndNameCells(*this, i + 1, variable);
-        writeValueCells(variable, u"importance", maxImportance, 2, -9900.0);
-        writeValueCells(details, u"auc", maxAuc, 2, -kLargest);
-        writeValueCells(variable, u"linearCorrelationWithTarget", maxCorrelation, 2, -kLargest);
-        writeValueCells(variable, u"weightNormalized", maxWeight, 2, -kLargest);
+        writeValueCells(variable, "importance", maxImportance, 2, -9900.0);
+        writeValueCells(details, "auc", maxAuc, 2, -kLargest);
+        writeValueCells(variable, "linearCorrelationWithTarget", maxCorrelation, 2, -kLargest);
+        writeValueCells(variable, "weightNormalized", maxWeight, 2, -kLargest);
         const ModalityExtremes extremes = modalityExtremes(details);
         if (!extremes.best.isEmpty())
             best = escapeHtml(nameOf(extremes.best));
@@ -164,17 +164,17 @@ void ReportGenerator::writeRankingTable() {
 }
 
 void ReportGenerator::writeSignaleticTable() {
-    const XmlNode list = reportRoot.childNamed(u"VariablesIllustrative");
+    const XmlNode list = reportRoot.childNamed("VariablesIllustrative");
     const int32_t count = list.childCount();
     if (count == 0)
         return;
-    const double maxAuc = largestMagnitude(list, count, u"auc");
+    const double maxAuc = largestMagnitude(list, count, "auc");
     writeH2(QStringLiteral("Signaletic Variables"));
     *this << kSignaleticHeader;
     for (int32_t i = 0; i < count; ++i) {
         const XmlNode variable = list.childAt(i);
         writeRankAndNameCells(*this, i + 1, variable);
-        writeValueCells(variable, u"auc", maxAuc, 2, -1.0);
+        writeValueCells(variable, "auc", maxAuc, 2, -1.0);
         const ModalityExtremes extremes = modalityExtremes(variable);
         // Without a usable modality the row shows what the link showed: the escaped variable
         // name, which the escaping below then applies to once more.
@@ -190,5 +190,5 @@ void ReportGenerator::writeSignaleticTable() {
     }
     *this << "\n  </table>";
     for (int32_t i = 0; i < count; ++i)
-        writeImage(xmlText(list.childAt(i).attribute(u"graph")), QStringLiteral("graph"), 560, 512);
+        writeImage(xmlText(list.childAt(i).attribute("graph")), QStringLiteral("graph"), 560, 512);
 }

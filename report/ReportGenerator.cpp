@@ -11,10 +11,10 @@ namespace {
 // True for a binary target ("t", "T"), false for a continuous one ("c", "C"); nothing for
 // any other value. An absent attribute or GeneralStats element counts as unknown too.
 std::optional<bool> binaryTargetFromJob(const XmlNode& reportRoot) {
-    const QString job = xmlText(reportRoot.childNamed(u"GeneralStats").attribute(u"predictionJob"));
-    if (job == u"t" || job == u"T")
+    const QString job = xmlText(reportRoot.childNamed("GeneralStats").attribute("predictionJob"));
+    if (job == "t" || job == "T")
         return true;
-    if (job == u"c" || job == u"C")
+    if (job == "c" || job == "C")
         return false;
     return std::nullopt;
 }
@@ -47,11 +47,11 @@ bool ReportGenerator::generate() {
     writeHead();
     *this << "\n</head>"
              "\n<body>";
-    writeBanner(QStringLiteral("Analyst report v") + xmlText(reportRoot.attribute(u"version")));
+    writeBanner(QStringLiteral("Analyst report v") + xmlText(reportRoot.attribute("version")));
     writeTargetLine();
     writeRankingTable();
     writeLiftsSection();
-    if (reportRoot.childNamed(u"VariablesIllustrative").childCount() > 0)
+    if (reportRoot.childNamed("VariablesIllustrative").childCount() > 0)
         writeSignaleticTable();
     writeGeneralCounts();
     writeTechnicalParameters();
@@ -73,16 +73,16 @@ void ReportGenerator::writeHead() {
              "\n";
     writeScriptIncludes();
     writeModelCharts();
-    const XmlNode modelVariables = reportRoot.childNamed(u"ModelVariableLong");
+    const XmlNode modelVariables = reportRoot.childNamed("ModelVariableLong");
     int32_t cursor = 0;
-    for (XmlNode variable = modelVariables.childNamed(u"Var", &cursor); !variable.isEmpty();
-         variable = modelVariables.childNamed(u"Var", &cursor))
+    for (XmlNode variable = modelVariables.childNamed("Var", &cursor); !variable.isEmpty();
+         variable = modelVariables.childNamed("Var", &cursor))
         writeModalityChart(variable, isBinaryTarget);
     writeStyleSheet();
 }
 
 void ReportGenerator::writeTargetLine() {
-    const XmlNode target = reportRoot.childNamed(u"Target").childNamed(u"HumanReadable");
+    const XmlNode target = reportRoot.childNamed("Target").childNamed("HumanReadable");
     writeH2(QStringLiteral("Target:"), QStringLiteral("display:inline"));
     *this << " \n\t\t" << escapeHtml(xmlText(target.textAt(0))) << "\n\t";
 }

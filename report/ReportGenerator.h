@@ -4,6 +4,7 @@
 
 #include "html/HtmlWriter.h"
 #include "xml/XmlNode.h"
+#include "xml/XmlNumbers.h"
 
 #include <QString>
 
@@ -58,7 +59,7 @@ public:
     void writePredictionChart(XmlNode curves, const QString& kind, const QString& title);
     // buildPointList, remembered for the generator's lifetime: the two lift charts show some
     // curves alike, and a curve may hold millions of points.
-    const std::string& pointList(const XmlNode& parent, const char16_t* curveName, bool coarse,
+    const std::string& pointList(const XmlNode& parent, const char* curveName, bool coarse,
                                  int yPrecision);
 
     // Set by generate() from the prediction job; tests set it directly.
@@ -78,5 +79,5 @@ private:
         XmlNode curve;
         std::string text;
     };
-    std::map<std::tuple<const XmlNodeData*, bool, int>, PointListEntry> pointLists;
+    std::map<std::tuple<const void*, bool, int>, PointListEntry> pointLists;
 };

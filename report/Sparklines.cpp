@@ -9,15 +9,15 @@
 
 void ReportGenerator::writeLineSparkline(const XmlNode& variable, bool binaryTarget) {
     // nLine is read as a real here, so an absent count gives a non-finite mean, not a trap.
-    const double overallMean = parseDoubleOr(variable.attribute(u"sumTargetTotal"), 0.0) /
-                               parseDoubleOr(variable.attribute(u"nLine"), 0.0);
+    const double overallMean = parseDoubleOr(variable.attribute("sumTargetTotal"), 0.0) /
+                               parseDoubleOr(variable.attribute("nLine"), 0.0);
     double lowestMean = std::numeric_limits<double>::max();
     std::string points;
-    forEachChildNamed(variable, u"Modality", [&](const XmlNode& modality) {
-        const int32_t nOcc = parseIntOr(modality.attribute(u"nOcc"), 0);
+    forEachChildNamed(variable, "Modality", [&](const XmlNode& modality) {
+        const int32_t nOcc = parseIntOr(modality.attribute("nOcc"), 0);
         if (nOcc == 0)
             return;
-        const double mean = parseDoubleOr(modality.attribute(u"sumTarget"), 0.0) / nOcc;
+        const double mean = parseDoubleOr(modality.attribute("sumTarget"), 0.0) / nOcc;
         if (mean < lowestMean)
             lowestMean = mean;
         points += ',';
@@ -36,8 +36,8 @@ void ReportGenerator::writeLineSparkline(const XmlNode& variable, bool binaryTar
 void ReportGenerator::writeBoxSparkline(const XmlNode& variable) {
     std::string span = "\n <span class=\"orbBox\">";
     const char* separator = "";
-    forEachChildNamed(variable, u"Modality", [&](const XmlNode& modality) {
-        const int32_t nOcc = parseIntOr(modality.attribute(u"nOcc"), 0);
+    forEachChildNamed(variable, "Modality", [&](const XmlNode& modality) {
+        const int32_t nOcc = parseIntOr(modality.attribute("nOcc"), 0);
         if (nOcc == 0)
             return;
         span += separator;

@@ -42,7 +42,7 @@ public:
     void write(HtmlWriter& page, const XmlNode& modality, const QString& styleClass) {
         numbers_.clear();
         appendNumbers(modality);
-        const char16_t* name = modality.attribute(u"name");
+        const std::string_view name = modality.attribute("name");
         size_t length = 0;
         if (!HtmlWriter::isAscii(name, &length)) {
             page << compose(xmlText(name), styleClass);
@@ -55,7 +55,7 @@ public:
         bytes_ += "\">\n   ";
         const auto nameLength = static_cast<qsizetype>(length);
         const bool cut = nameLength > kNameLimit;
-        HtmlWriter::appendEscapedAscii(bytes_, name, cut ? kNameKept : length);
+        HtmlWriter::appendEscapedAscii(bytes_, name.data(), cut ? kNameKept : length);
         if (cut)
             bytes_ += "...";
         const qsizetype shown = cut ? kNameKept + 3 : nameLength;
@@ -73,12 +73,12 @@ public:
 private:
     const QString& compose(const QString& name, const QString& styleClass) {
         row_.resize(0);
-        row_ += u"<span class=\"";
+        row_ += "<span class=\"";
         row_ += styleClass;
-        row_ += u"\">\n   ";
+        row_ += "\">\n   ";
         appendName(name);
         row_ += QLatin1StringView(numbers_.data(), static_cast<qsizetype>(numbers_.size()));
-        row_ += u"</span>";
+        row_ += "</span>";
         return row_;
     }
 
@@ -96,8 +96,8 @@ private:
     }
 
     void appendNumbers(const XmlNode& modality) {
-        const int32_t nOcc = parseIntOr(modality.attribute(u"nOcc"), 0);
-        const double sumTarget = parseDoubleOr(modality.attribute(u"sumTarget"), 0.0);
+        const int32_t nOcc = parseIntOr(modality.attribute("nOcc"), 0);
+        const double sumTarget = parseDoubleOr(modality.attribute("sumTarget"), 0.0);
         const double index = ReportGenerator::modalityIndex(modality, nLine_, sumTargetTotal_);
         const bool empty = nOcc == 0;
         numbers_ += ' ';
@@ -127,7 +127,7 @@ private:
 
 void writeModalityTableHeader(HtmlWriter& page, const XmlNode& variable, bool binaryTarget) {
     if (binaryTarget)
-        page << "\nUnivariate AUC=  " << HtmlWriter::inertMarkup(xmlText(variable.attribute(u"auc"))) << " %"
+        page << "\nUnivariate AUC=  " << HtmlWriter::inertMarkup(xmlText(variable.attribute("auc"))) << " %"
                 "                                    Count       %         Count         Proba        %"
                 "\n                                                           Dataset   DataSet      Target       Target      Index ";
     else
@@ -136,17 +136,17 @@ void writeModalityTableHeader(HtmlWriter& page, const XmlNode& variable, bool bi
 }
 
 void writeQualityLine(ReportGenerator& page, const XmlNode& variable, double scale) {
-    const double auc = parseDoubleOr(variable.attribute(u"auc"), 0.0);
+    const double auc = parseDoubleOr(variable.attribute("auc"), 0.0);
     if (auc < 0.0)
         return;
     page << "<div syle=\"display: inline;\">";
     page.writeBar(std::min(auc, scale), scale, 98);
     page << "&nbsp;&nbsp; " << NumberFormat::fixed(auc, 3, 10) << " % : ";
     // An absent mark reads as not deleted.
-    const char16_t* deleted = variable.attribute(u"deleted");
-    if (deleted && deleted[0] == u'1')
+    const std::string_view deleted = variable.attribute("deleted");
+    if (!deleted.empty() && deleted[0] == '1')
         page << "(deleted) ";
-    page.writeLink(xmlText(variable.attribute(u"name")), xmlText(variable.attribute(u"idx")));
+    page.writeLink(xmlText(variable.attribute("name")), xmlText(variable.attribute("idx")));
     page << "</div>\n";
 }
 
@@ -154,28 +154,28 @@ void writeQualityLine(ReportGenerator& page, const XmlNode& variable, double sca
 
 void ReportGenerator::writeVariableStatistics() {
     writeH2(QStringLiteral("Statistics for Variables in Model"));
-    forEachChildNamed(reportRoot.childNamed(u"ModelVariableLong"), u"Var",
+    forEachChildNamed(reportRoot.childNamed("ModelVariableLong"), "Var",
                       [this](const XmlNode& variable) { writeVariableSection(variable, isBinaryTarget); });
 }
 
 void ReportGenerator::writeVariableSection(const XmlNode& variable, bool binaryTarget) {
-    const QString label = xmlText(variable.attribute(u"label"));
-    const QString name = xmlText(variable.attribute(u"name"));
-    const QString idx = xmlText(variable.attribute(u"idx"));
+    const QString label = xmlText(variable.attribute("label"));
+    const QString name = xmlText(variable.attribute("name"));
+    const QString idx = xmlText(variable.attribute("idx"));
     // The name is the annotation of a labelled heading, and the heading itself otherwise.
     if (label.isEmpty())
         writeH3(name, idx, QString());
     else
         writeH3(label, idx, name);
-    writeModalityTable(variable, binaryTarget, parseIntOr(variable.attribute(u"nLine"), 0),
-                       parseDoubleOr(variable.attribute(u"sumTargetTotal"), 0.0));
+    writeModalityTable(variable, binaryTarget, parseIntOr(variable.attribute("nLine"), 0),
+                       parseDoubleOr(variable.attribute("sumTargetTotal"), 0.0));
 }
 
 void ReportGenerator::writeModalityTable(const XmlNode& variable, bool binaryTarget, int nLine,
                                          double sumTargetTotal) {
-    const int32_t count = variable.childCountNamed(u"Modality");
+    const int32_t count = variable.childCountNamed("Modality");
     *this << "\n    <center>";
-    writeContainerDiv(xmlText(variable.attribute(u"idx")), count);
+    writeContainerDiv(xmlText(variable.attribute("idx")), count);
     *this << "</center>"
              "\n<pre>";
     // Very long tables leave out the modalities of a single line to bound the page's size.
@@ -186,8 +186,8 @@ void ReportGenerator::writeModalityTable(const XmlNode& variable, bool binaryTar
     writeModalityTableHeader(*this, variable, binaryTarget);
     ModalityRowComposer composer(binaryTarget, nLine, sumTargetTotal);
     bool evenLine = true;
-    forEachChildNamed(variable, u"Modality", [&](const XmlNode& modality) {
-        if (dropSingles && parseIntOr(modality.attribute(u"nOcc"), 0) <= 1)
+    forEachChildNamed(variable, "Modality", [&](const XmlNode& modality) {
+        if (dropSingles && parseIntOr(modality.attribute("nOcc"), 0) <= 1)
             return;
         composer.write(*this, modality, evenLine ? styleTableEvenLine : styleTableOddLine);
         evenLine = !evenLine;
@@ -198,8 +198,8 @@ void ReportGenerator::writeModalityTable(const XmlNode& variable, bool binaryTar
 void ReportGenerator::writeHighestUnivariateQuality() {
     if (!isBinaryTarget)
         return;
-    const XmlNode list = reportRoot.childNamed(u"UnivariateAUC");
-    const double highest = parseDoubleOr(list.attribute(u"highestNormalAUC"), 100.0);
+    const XmlNode list = reportRoot.childNamed("UnivariateAUC");
+    const double highest = parseDoubleOr(list.attribute("highestNormalAUC"), 100.0);
     if (!(highest > 0.00001))
         return;
     // The small margin keeps the highest AUC itself one pixel short of a full bar.
@@ -209,8 +209,8 @@ void ReportGenerator::writeHighestUnivariateQuality() {
     *this << "\n<span style=\"line-height:24px;\">";
     // The limit counts positions among all children, the skipped negative AUCs included.
     int32_t cursor = 0;
-    for (XmlNode variable = list.childNamed(u"Var", &cursor); !variable.isEmpty();
-         variable = list.childNamed(u"Var", &cursor)) {
+    for (XmlNode variable = list.childNamed("Var", &cursor); !variable.isEmpty();
+         variable = list.childNamed("Var", &cursor)) {
         writeQualityLine(*this, variable, scale);
         if (cursor >= kQualityListLength)
             break;

@@ -18,18 +18,17 @@ void setError(XmlError* error, XmlError value) {
         *error = value;
 }
 
-// The next unit that is not white space, as its table entry; p moves past it except at the end.
-uint8_t nextSignificant(const char16_t*& p) {
-    for (;;) {
+// The next character that is not white space, as its table entry; p moves past it. endOfText
+// at the end.
+uint8_t nextSignificant(const char*& p, const char* end) {
+    for (; p != end; ++p) {
         const uint8_t entry = classify(*p);
-        if (entry == whiteSpace) {
+        if (entry != whiteSpace) {
             ++p;
-            continue;
+            return entry;
         }
-        if (entry != endOfText)
-            ++p;
-        return entry;
     }
+    return endOfText;
 }
 
 // The third and fourth units of a quantum share their rules: where the expected length is
@@ -63,14 +62,13 @@ Base64Decoder::~Base64Decoder() {
     freeBuffer();
 }
 
-int32_t Base64Decoder::decodedLength(const char16_t* text, XmlError* error) noexcept {
-    if (text == nullptr)
+int32_t Base64Decoder::decodedLength(std::string_view text, XmlError* error) noexcept {
+    if (text.data() == nullptr)
         return 0;
     setError(error, XmlError::None);
     int64_t significant = 0;
-    const char16_t* p = text;
-    for (; *p != 0; ++p) {
-        const uint8_t entry = classify(*p);
+    for (const char c : text) {
+        const uint8_t entry = classify(c);
         if (entry == invalid) {
             setError(error, XmlError::Base64BadCharacter);
             return 0;
@@ -81,23 +79,24 @@ int32_t Base64Decoder::decodedLength(const char16_t* text, XmlError* error) noex
         setError(error, XmlError::Base64BadLength);
     if (significant == 0)
         return 0;
-    // Only padding right before the terminating zero counts: white space after it hides it.
+    // Only padding right at the end counts: white space after it hides it.
     int64_t trailingPadding = 0;
-    for (const char16_t* q = p; q != text && q[-1] == u'='; --q)
+    for (size_t i = text.size(); i > 0 && text[i - 1] == '='; --i)
         ++trailingPadding;
     return static_cast<int32_t>((3 * (significant - trailingPadding - 1) + 3) / 4);
 }
 
-Base64Status Base64Decoder::decodeInto(const char16_t* text, unsigned char* destination, int32_t length,
+Base64Status Base64Decoder::decodeInto(std::string_view text, unsigned char* destination, int32_t length,
                                        XmlError* error) noexcept {
-    if (text == nullptr)
+    if (text.data() == nullptr)
         return Base64Failed;
     setError(error, XmlError::None);
-    const char16_t* p = text;
+    const char* p = text.data();
+    const char* end = p + text.size();
     int32_t written = 0;
     Base64Status status = Base64Failed;
     for (;;) {
-        const uint8_t first = nextSignificant(p);
+        const uint8_t first = nextSignificant(p, end);
         if (first == invalid)
             break;
         if (first == endOfText)
@@ -109,7 +108,7 @@ Base64Status Base64Decoder::decodeInto(const char16_t* text, unsigned char* dest
             return Base64Partial;
         }
 
-        const uint8_t second = nextSignificant(p);
+        const uint8_t second = nextSignificant(p, end);
         if (second == invalid)
             break;
         if (second == endOfText || second == padding) {
@@ -122,14 +121,14 @@ Base64Status Base64Decoder::decodeInto(const char16_t* text, unsigned char* dest
         }
         destination[written++] = static_cast<unsigned char>((first << 2) | (second >> 4));
 
-        const uint8_t third = nextSignificant(p);
+        const uint8_t third = nextSignificant(p, end);
         if (third == invalid)
             break;
         if (lateUnitEnds(third, written, length, error, status))
             return status;
         destination[written++] = static_cast<unsigned char>(((second & 15) << 4) | (third >> 2));
 
-        const uint8_t fourth = nextSignificant(p);
+        const uint8_t fourth = nextSignificant(p, end);
         if (fourth == invalid)
             break;
         if (lateUnitEnds(fourth, written, length, error, status))
@@ -140,10 +139,10 @@ Base64Status Base64Decoder::decodeInto(const char16_t* text, unsigned char* dest
     return Base64Failed;
 }
 
-const unsigned char* Base64Decoder::decode(const char16_t* text, int32_t* length, XmlError* error) {
+const unsigned char* Base64Decoder::decode(std::string_view text, int32_t* length, XmlError* error) {
     static const unsigned char emptyBytes[1] = {0};
     setError(error, XmlError::None);
-    if (text == nullptr) {
+    if (text.data() == nullptr) {
         if (length != nullptr)
             *length = 0;
         return emptyBytes;

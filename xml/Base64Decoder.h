@@ -5,6 +5,7 @@
 #include "xml/XmlNode.h"
 
 #include <cstdint>
+#include <string_view>
 
 // Outcome of decodeInto.
 enum Base64Status : int32_t {
@@ -20,16 +21,16 @@ public:
     Base64Decoder& operator=(const Base64Decoder&) = delete;
     ~Base64Decoder();
 
-    // Bytes the text decodes to, computed from its significant units and trailing padding; 0
-    // for null text (error untouched), on error, or for empty text. error may be null.
-    static int32_t decodedLength(const char16_t* text, XmlError* error) noexcept;
+    // Bytes the text decodes to, computed from its significant characters and trailing padding;
+    // 0 for null text (error untouched), on error, or for empty text. error may be null.
+    static int32_t decodedLength(std::string_view text, XmlError* error) noexcept;
     // Decodes text into destination, which has room for length bytes. error may be null.
-    static Base64Status decodeInto(const char16_t* text, unsigned char* destination, int32_t length,
+    static Base64Status decodeInto(std::string_view text, unsigned char* destination, int32_t length,
                                    XmlError* error) noexcept;
     // The decoded bytes in this decoder's buffer (valid until the next decode or freeBuffer), a
     // static empty string for null text, null on failure or when nothing decodes. *length
     // receives decodedLength. length and error may be null.
-    const unsigned char* decode(const char16_t* text, int32_t* length, XmlError* error);
+    const unsigned char* decode(std::string_view text, int32_t* length, XmlError* error);
     // Releases the buffer; the next decode allocates again.
     void freeBuffer() noexcept;
 

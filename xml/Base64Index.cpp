@@ -6,33 +6,38 @@
 
 using Base64Table::classify;
 
-Base64Index::Base64Index(const char16_t* text) : text_(text) {
-    if (text == nullptr)
+Base64Index::Base64Index(std::string_view text) : text_(text.data()) {
+    if (text.data() == nullptr)
         return;
-    // The blocks of the index also keep the loop free of other branches: per unit it only
-    // counts, and leaves on the end of the text or a unit outside the alphabet.
+    // The blocks of the index also keep the loop free of other branches: per byte it only
+    // counts, and leaves on a byte outside the alphabet.
     uint32_t significant = 0;
     uint32_t paddingUnits = 0;
-    const char16_t* p = text;
-    for (uint8_t entry = 0; entry <= Base64Table::whiteSpace;) {
+    const char* p = text.data();
+    const char* end = p + text.size();
+    for (;;) {
         significantBefore_.push_back(significant);
-        // A few instructions per unit over curves of millions of units: unrolling pays.
+        const char* blockEnd = end - p > blockUnits ? p + blockUnits : end;
+        uint8_t entry = 0;
+        // A few instructions per byte over curves of millions of bytes: unrolling pays.
 #pragma GCC unroll 8
-        for (const char16_t* blockEnd = p + blockUnits; p != blockEnd; ++p) {
+        for (; p != blockEnd; ++p) {
             entry = classify(*p);
             if (entry > Base64Table::whiteSpace)
                 break;
             significant += entry < Base64Table::whiteSpace ? 1 : 0;
             paddingUnits += entry == Base64Table::padding ? 1 : 0;
         }
-        if (entry == Base64Table::invalid)
+        if (entry > Base64Table::whiteSpace)
             return;
+        if (p == end)
+            break;
     }
-    const char16_t* end = p;
+    const char* first = text.data();
     if (significant == 0)
         return;
     uint32_t trailingPadding = 0;
-    for (const char16_t* q = end; q != text && q[-1] == u'='; --q)
+    for (const char* q = end; q != first && q[-1] == '='; --q)
         ++trailingPadding;
     // Padding that is not all at the very end, or more of it than a quantum can hold, stops the
     // decoder early or marks the text short: Base64Decoder decides what is left then.
@@ -51,7 +56,7 @@ void Base64Index::read(int64_t offset, int32_t count, unsigned char* out) const 
     const auto target = static_cast<uint32_t>(quantum * 4);
     // The last block that starts at or before the target's significant unit.
     const auto block = std::upper_bound(significantBefore_.begin(), significantBefore_.end(), target) - 1;
-    const char16_t* p = text_ + (block - significantBefore_.begin()) * blockUnits;
+    const char* p = text_ + (block - significantBefore_.begin()) * blockUnits;
     for (uint32_t seen = *block;; ++p) {
         const uint8_t entry = classify(*p);
         if (entry == Base64Table::whiteSpace)

@@ -1,10 +1,11 @@
 #pragma once
 // Random access to the bytes of long base64 text without decoding all of it. One pass checks
-// the text and notes, for every block of units, how many significant units come before it; a
+// the text and notes, for every block of bytes, how many significant ones come before it; a
 // read then decodes from the nearest block on. A chart curve of a million points is read for a
 // few hundred of them, so this saves a buffer of the whole array and almost all of the decoding.
 
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 class Base64Index {
@@ -17,7 +18,7 @@ public:
     };
 
     // Reads the whole text once; the text must stay alive and unchanged while reads are made.
-    explicit Base64Index(const char16_t* text);
+    explicit Base64Index(std::string_view text);
 
     Shape shape() const noexcept { return shape_; }
     // Bytes that regular text decodes to (Base64Decoder::decodedLength); 0 for other shapes.
@@ -29,7 +30,7 @@ public:
 private:
     static constexpr int64_t blockUnits = 256;
 
-    const char16_t* text_ = nullptr;
+    const char* text_ = nullptr;
     Shape shape_ = Shape::Unusable;
     int32_t length_ = 0;
     std::vector<uint32_t> significantBefore_;  // one entry per block of blockUnits units

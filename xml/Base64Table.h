@@ -10,7 +10,7 @@ namespace Base64Table {
 constexpr uint8_t padding = 96;
 constexpr uint8_t whiteSpace = 97;
 constexpr uint8_t invalid = 98;
-constexpr uint8_t endOfText = 99;
+constexpr uint8_t endOfText = 99;  // no character: where the text ends
 
 constexpr std::array<uint8_t, 256> makeDecodeTable() {
     std::array<uint8_t, 256> table{};
@@ -24,14 +24,13 @@ constexpr std::array<uint8_t, 256> makeDecodeTable() {
     table['\n'] = whiteSpace;
     table['\r'] = whiteSpace;
     table[' '] = whiteSpace;
-    table[0] = endOfText;
-    return table;
+        return table;
 }
 
 inline constexpr std::array<uint8_t, 256> decodeTable = makeDecodeTable();
 
-inline uint8_t classify(char16_t unit) noexcept {
-    return unit > 255 ? invalid : decodeTable[unit];
+inline uint8_t classify(char byte) noexcept {
+    return decodeTable[static_cast<unsigned char>(byte)];
 }
 
 }  // namespace Base64Table

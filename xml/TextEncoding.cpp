@@ -3,13 +3,20 @@
 #include <cstdint>
 #include <cstring>
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 namespace TextEncoding {
 
 namespace {
+
+// Windows-1252 bytes 80 to 9F; the rest of the code page equals Latin-1.
+constexpr char16_t windows1252High[32] = {
+    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+    0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
+    0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+    0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
+};
+
+
 
 bool startsWith(const unsigned char* bytes, size_t count, const unsigned char* mark, size_t markLength) {
     return count >= markLength && std::memcmp(bytes, mark, markLength) == 0;
@@ -19,56 +26,51 @@ constexpr unsigned char littleEndianMark[] = {0xFF, 0xFE};
 constexpr unsigned char bigEndianMark[] = {0xFE, 0xFF};
 constexpr unsigned char utf8Mark[] = {0xEF, 0xBB, 0xBF};
 
-constexpr char16_t replacement = 0xFFFD;
 
 size_t lengthToZero(const unsigned char* bytes, size_t count) {
     const void* zero = std::memchr(bytes, 0, count);
     return zero != nullptr ? static_cast<size_t>(static_cast<const unsigned char*>(zero) - bytes) : count;
 }
 
-// Decodes one sequence whose lead byte is at p (not ASCII); answers the byte after it. A lead
-// or continuation that cannot be part of well-formed UTF-8 ends the sequence, and what was read
-// so far becomes a single U+FFFD.
-const unsigned char* decodeSequence(const unsigned char* p, const unsigned char* end, char16_t*& out) {
+// Checks one sequence whose lead byte is at p (not ASCII); answers the byte after it, and in
+// *valid whether it was well-formed. A lead or continuation that cannot be part of well-formed
+// UTF-8 ends the sequence, and what was read so far stands for a single U+FFFD.
+const unsigned char* checkSequence(const unsigned char* p, const unsigned char* end, bool* valid) {
     const unsigned char lead = *p++;
     int needed = 0;
-    uint32_t value = 0;
     unsigned char low = 0x80;
     unsigned char high = 0xBF;
     if (lead >= 0xC2 && lead <= 0xDF) {
         needed = 1;
-        value = lead & 0x1Fu;
     } else if (lead >= 0xE0 && lead <= 0xEF) {
         needed = 2;
-        value = lead & 0x0Fu;
         low = lead == 0xE0 ? 0xA0 : 0x80;  // no overlong forms
         high = lead == 0xED ? 0x9F : 0xBF;  // no surrogates
     } else if (lead >= 0xF0 && lead <= 0xF4) {
         needed = 3;
-        value = lead & 0x07u;
         low = lead == 0xF0 ? 0x90 : 0x80;
         high = lead == 0xF4 ? 0x8F : 0xBF;  // nothing above U+10FFFF
     } else {
-        *out++ = replacement;
+        *valid = false;
         return p;
     }
     for (int i = 0; i < needed; ++i, ++p) {
         if (p == end || *p < low || *p > high) {
-            *out++ = replacement;
+            *valid = false;
             return p;
         }
-        value = (value << 6) | (*p & 0x3Fu);
         low = 0x80;
         high = 0xBF;
     }
-    if (value >= 0x10000) {
-        value -= 0x10000;
-        *out++ = static_cast<char16_t>(0xD800 + (value >> 10));
-        *out++ = static_cast<char16_t>(0xDC00 + (value & 0x3FF));
-    } else {
-        *out++ = static_cast<char16_t>(value);
-    }
+    *valid = true;
     return p;
+}
+
+// A new buffer of room bytes and a terminating zero, plus the padding the parser's block
+// reads may look at.
+std::unique_ptr<char[]> textBuffer(size_t room) {
+    auto text = std::make_unique_for_overwrite<char[]>(room + 4);
+    return text;
 }
 
 }  // namespace
@@ -104,50 +106,106 @@ Detection detect(const unsigned char* bytes, size_t count) noexcept {
     return {Encoding::Windows1252, 0};
 }
 
-void windows1252ToUnits(const unsigned char* bytes, size_t count, char16_t* out) noexcept {
-    size_t i = 0;
-#if defined(__SSE2__)
-    // Blocks of ASCII, the usual content, only need their bytes widened.
-    const __m128i zero = _mm_setzero_si128();
-    for (; i + 16 <= count; i += 16) {
-        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + i));
-        if (_mm_movemask_epi8(block) != 0) {
-            for (size_t k = i; k < i + 16; ++k)
-                out[k] = windows1252Unit(bytes[k]);
-            continue;
-        }
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm_unpacklo_epi8(block, zero));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i + 8), _mm_unpackhi_epi8(block, zero));
+char* appendUtf8(char* out, uint32_t c) noexcept {
+    if (c < 0x80) {
+        *out++ = static_cast<char>(c);
+    } else if (c < 0x800) {
+        *out++ = static_cast<char>(0xC0 | (c >> 6));
+        *out++ = static_cast<char>(0x80 | (c & 0x3F));
+    } else if (c < 0x10000) {
+        *out++ = static_cast<char>(0xE0 | (c >> 12));
+        *out++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        *out++ = static_cast<char>(0x80 | (c & 0x3F));
+    } else {
+        *out++ = static_cast<char>(0xF0 | (c >> 18));
+        *out++ = static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+        *out++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        *out++ = static_cast<char>(0x80 | (c & 0x3F));
     }
-#endif
-    for (; i < count; ++i)
-        out[i] = windows1252Unit(bytes[i]);
+    return out;
 }
 
-std::unique_ptr<char16_t[]> windows1252ToUtf16(const unsigned char* bytes, size_t count) {
-    const size_t length = lengthToZero(bytes, count);
-    auto text = std::make_unique_for_overwrite<char16_t[]>(length + 1);
-    windows1252ToUnits(bytes, length, text.get());
-    text[length] = 0;
+size_t utf16Length(const char* text, size_t count) noexcept {
+    size_t units = 0;
+    for (size_t i = 0; i < count; ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        units += (byte & 0xC0) != 0x80 ? 1 : 0;
+        units += byte >= 0xF0 ? 1 : 0;  // a supplementary character takes two units
+    }
+    return units;
+}
+
+std::unique_ptr<char[]> windows1252ToUtf8(const unsigned char* bytes, size_t count, size_t* length) {
+    const size_t byteLength = lengthToZero(bytes, count);
+    size_t ascii = 0;
+    while (ascii < byteLength && bytes[ascii] < 0x80)
+        ++ascii;
+    *length = byteLength;
+    if (ascii == byteLength)
+        return nullptr;
+    // No byte needs more than three.
+    auto text = textBuffer(byteLength * 3);
+    std::memcpy(text.get(), bytes, ascii);
+    char* out = text.get() + ascii;
+    for (size_t i = ascii; i < byteLength; ++i)
+        out = appendUtf8(out, (bytes[i] & 0xE0) == 0x80 ? windows1252High[bytes[i] - 0x80] : bytes[i]);
+    *length = static_cast<size_t>(out - text.get());
+    std::memset(out, 0, 4);
     return text;
 }
 
-std::unique_ptr<char16_t[]> utf8ToUtf16(const unsigned char* bytes, size_t count, size_t* length) {
+std::unique_ptr<char[]> repairUtf8(const unsigned char* bytes, size_t count, size_t* length) {
     const size_t byteLength = lengthToZero(bytes, count);
-    // A sequence of n bytes never needs more than n units.
-    auto text = std::make_unique_for_overwrite<char16_t[]>(byteLength + 1);
-    char16_t* out = text.get();
-    const unsigned char* p = bytes;
     const unsigned char* end = bytes + byteLength;
-    while (p != end) {
-        if (*p < 0x80)
-            *out++ = *p++;
-        else
-            p = decodeSequence(p, end, out);
+    const unsigned char* p = bytes;
+    bool valid = true;
+    while (p != end && valid) {
+        const unsigned char* start = p;
+        p = *p < 0x80 ? p + 1 : checkSequence(p, end, &valid);
+        if (!valid)
+            p = start;
     }
-    *out = 0;
-    if (length != nullptr)
-        *length = static_cast<size_t>(out - text.get());
+    *length = byteLength;
+    if (valid)
+        return nullptr;
+    // One U+FFFD (three bytes) never stands for fewer than one byte.
+    auto text = textBuffer(byteLength * 3);
+    const auto good = static_cast<size_t>(p - bytes);
+    std::memcpy(text.get(), bytes, good);
+    char* out = text.get() + good;
+    while (p != end) {
+        if (*p < 0x80) {
+            *out++ = static_cast<char>(*p++);
+            continue;
+        }
+        const unsigned char* start = p;
+        p = checkSequence(p, end, &valid);
+        if (valid) {
+            std::memcpy(out, start, static_cast<size_t>(p - start));
+            out += p - start;
+        } else {
+            out = appendUtf8(out, 0xFFFD);
+        }
+    }
+    *length = static_cast<size_t>(out - text.get());
+    std::memset(out, 0, 4);
+    return text;
+}
+
+std::unique_ptr<char[]> utf16ToUtf8(const char16_t* units, size_t count, size_t* length) {
+    size_t unitLength = 0;
+    while (unitLength < count && units[unitLength] != 0)
+        ++unitLength;
+    auto text = textBuffer(unitLength * 3);
+    char* out = text.get();
+    for (size_t i = 0; i < unitLength; ++i) {
+        uint32_t c = units[i];
+        if (c >= 0xD800 && c < 0xDC00 && i + 1 < unitLength && units[i + 1] >= 0xDC00 && units[i + 1] < 0xE000)
+            c = 0x10000 + ((c - 0xD800) << 10) + (units[++i] - 0xDC00u);
+        out = appendUtf8(out, c);
+    }
+    *length = static_cast<size_t>(out - text.get());
+    std::memset(out, 0, 4);
     return text;
 }
 

@@ -73,8 +73,12 @@ XmlError XmlFile::readFile(const char* path, RawBytes& raw) {
     return error;
 }
 
-XmlNode XmlFile::parseBytes(RawBytes& raw, const char16_t* requiredTag, XmlParseResult* result) {
+XmlNode XmlFile::parseBytes(RawBytes& raw, std::string_view requiredTag, XmlParseResult* result) {
     const TextEncoding::Detection detection = TextEncoding::detect(raw.bytes(), raw.byteCount);
+    const unsigned char* bytes = raw.bytes() + detection.markLength;
+    const size_t count = raw.byteCount - detection.markLength;
+    auto store = std::make_unique<XmlStore>();
+    size_t length = 0;
     switch (detection.encoding) {
     case TextEncoding::Encoding::Utf16LittleEndian:
     case TextEncoding::Encoding::Utf16BigEndian: {
@@ -84,25 +88,29 @@ XmlNode XmlFile::parseBytes(RawBytes& raw, const char16_t* requiredTag, XmlParse
         if (swap)
             TextEncoding::swapByteOrder(raw.storage.get(), units);
         const size_t skipped = detection.markLength / 2;
-        return XmlParser::parse(raw.storage.get() + skipped, static_cast<int64_t>(units - skipped), requiredTag,
-                                result);
-    }
-    case TextEncoding::Encoding::Utf8: {
-        size_t length = 0;
-        const std::unique_ptr<char16_t[]> text =
-            TextEncoding::utf8ToUtf16(raw.bytes() + detection.markLength, raw.byteCount - detection.markLength, &length);
-        raw.storage.reset();
-        return XmlParser::parse(text.get(), static_cast<int64_t>(length), requiredTag, result);
-    }
-    case TextEncoding::Encoding::Windows1252:
+        store->converted = TextEncoding::utf16ToUtf8(raw.storage.get() + skipped, units - skipped, &length);
         break;
     }
-    // Windows-1252 maps each byte to one unit, so the bytes are parsed as they are and widened
-    // only where the tree copies them: no conversion pass and no second buffer.
-    return XmlParser::parse(raw.bytes(), static_cast<int64_t>(raw.byteCount), requiredTag, result);
+    case TextEncoding::Encoding::Utf8:
+        store->converted = TextEncoding::repairUtf8(bytes, count, &length);
+        break;
+    case TextEncoding::Encoding::Windows1252:
+        store->converted = TextEncoding::windows1252ToUtf8(bytes, count, &length);
+        break;
+    }
+    const char* text = nullptr;
+    if (store->converted != nullptr) {
+        raw.storage.reset();
+        text = store->converted.get();
+    } else {
+        // The bytes are their own UTF-8: the tree keeps them and points into them.
+        text = reinterpret_cast<const char*>(bytes);
+        store->raw = std::move(raw.storage);
+    }
+    return XmlParser::parse(std::move(store), text, length, requiredTag, result);
 }
 
-XmlNode XmlFile::load(const char* path, const char16_t* requiredTag, XmlParseResult* result) {
+XmlNode XmlFile::load(const char* path, std::string_view requiredTag, XmlParseResult* result) {
     if (result != nullptr) {
         result->line = 0;
         result->column = 0;
@@ -114,10 +122,9 @@ XmlNode XmlFile::load(const char* path, const char16_t* requiredTag, XmlParseRes
             result->error = error;
         return XmlNode::emptyNode();
     }
-    // The tree copies every string it keeps, so the bytes go as soon as the parse returns.
     return parseBytes(raw, requiredTag, result);
 }
 
-XmlNode XmlNode::parseFile(const char* path, const char16_t* requiredTag, XmlParseResult* result) {
+XmlNode XmlNode::parseFile(const char* path, std::string_view requiredTag, XmlParseResult* result) {
     return XmlFile::load(path, requiredTag, result);
 }

@@ -2,7 +2,7 @@
 // Loading a document from disk: a chain of short steps (open, size, read, detect the encoding,
 // convert, parse), each of which answers an XmlError.
 
-#include "xml/XmlNode.h"
+#include "xml/XmlRecord.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -15,12 +15,12 @@ public:
     static constexpr int64_t maxSize = INT32_MAX;
 
     // Reads, decodes and parses the file at path (native bytes), as XmlNode::parseFile.
-    static XmlNode load(const char* path, const char16_t* requiredTag, XmlParseResult* result);
+    static XmlNode load(const char* path, std::string_view requiredTag, XmlParseResult* result);
 
     // The file's bytes followed by 4 zero bytes, so that they end in a terminating zero read as
     // 8-bit text or as UTF-16 at either byte parity.
     struct RawBytes {
-        std::unique_ptr<char16_t[]> storage;  // UTF-16 files are parsed in place from here
+        std::unique_ptr<char16_t[]> storage;  // UTF-16 files are read from here
         size_t byteCount = 0;                 // bytes actually read
         const unsigned char* bytes() const noexcept {
             return reinterpret_cast<const unsigned char*>(storage.get());
@@ -30,9 +30,9 @@ public:
     // The whole file at path. CannotOpenFile for a missing file or a directory, EmptyFile for
     // length 0, FileTooLarge from 2 GB on.
     static XmlError readFile(const char* path, RawBytes& raw);
-    // Parses the bytes in the encoding that their byte-order mark or the UTF-16 test tells:
-    // UTF-16 in place, Windows-1252 directly as bytes, UTF-8 after conversion to UTF-16.
-    static XmlNode parseBytes(RawBytes& raw, const char16_t* requiredTag, XmlParseResult* result);
+    // Parses the bytes in the encoding that their byte-order mark or the UTF-16 test tells.
+    // ASCII and valid UTF-8 are parsed where they lie; other text is converted to UTF-8 once.
+    static XmlNode parseBytes(RawBytes& raw, std::string_view requiredTag, XmlParseResult* result);
 
 private:
     struct FileCloser {

@@ -1,17 +1,16 @@
 #include "xml/XmlNode.h"
 
-#include "xml/XmlScanner.h"
+#include "xml/XmlRecord.h"
 
-#include <charconv>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 #include <new>
 
 namespace {
 
 constexpr int32_t kItemBlock = 50;
 constexpr int32_t kOrderBlock = 3 * kItemBlock;
+constexpr size_t kStoreChunk = 64 * 1024;
 
 void* allocateBytes(size_t bytes) {
     void* memory = std::malloc(bytes == 0 ? 1 : bytes);
@@ -60,8 +59,6 @@ void untrim(XmlNodeData* d) {
     regrowToBlocks(d->children, d->childCount, kItemBlock);
     regrowToBlocks(d->texts, d->textCount, kItemBlock);
     regrowToBlocks(d->clears, d->clearCount, kItemBlock);
-    if (!d->attributesPacked)
-        regrowToBlocks(d->attributes, d->attributeCount, kItemBlock);
     regrowToBlocks(d->order, d->orderCount, kOrderBlock);
     d->trimmed = false;
 }
@@ -71,95 +68,33 @@ void appendOrder(XmlNodeData* d, int32_t index, XmlItemKind kind) {
     d->order[d->orderCount++] = (index << 2) | kind;
 }
 
-// A record made by the parser carries its name right behind it, then its attributes.
-char16_t* inlineName(XmlNodeData* d) noexcept {
-    return reinterpret_cast<char16_t*>(d + 1);
-}
-
-size_t alignedUnits(size_t units) {
-    constexpr size_t perWord = alignof(XmlAttribute) / sizeof(char16_t);
-    return (units + perWord - 1) / perWord * perWord;
-}
-
-template <typename Unit>
-char16_t* copyTerminated(char16_t*& out, const Unit* text, int32_t length) {
-    char16_t* start = out;
-    xmlWidenCopy(text, static_cast<size_t>(length), start);
-    start[length] = 0;
-    out += length + 1;
-    return start;
-}
-
-template <typename Unit>
-XmlNodeData* allocateRecord(const Unit* name, int32_t nameLength, const XmlAttributeSpan<Unit>* attributes,
-                            int32_t count, const char16_t* decoded) {
-    const size_t nameUnits = name != nullptr ? alignedUnits(static_cast<size_t>(nameLength) + 1) : 0;
-    size_t stringUnits = 0;
-    for (int32_t i = 0; i < count; ++i) {
-        const bool valued = attributes[i].value != nullptr || attributes[i].decodedOffset >= 0;
-        stringUnits += static_cast<size_t>(attributes[i].nameLength) + 1 +
-                       (valued ? static_cast<size_t>(attributes[i].valueLength) + 1 : 0);
-    }
+// One allocation for the record and its attribute array; the strings stay in the document.
+XmlNodeData* allocateRecord(XmlStore* store, const XmlAttribute* attributes, int32_t count) {
     const size_t arrayBytes = sizeof(XmlAttribute) * static_cast<size_t>(count);
-    void* memory = allocateBytes(sizeof(XmlNodeData) + sizeof(char16_t) * (nameUnits + stringUnits) + arrayBytes);
+    void* memory = allocateBytes(sizeof(XmlNodeData) + arrayBytes);
     auto* d = new (memory) XmlNodeData;
-    if (name != nullptr) {
-        char16_t* out = inlineName(d);
-        d->name = copyTerminated(out, name, nameLength);
-        d->nameInline = true;
-    }
+    d->store = store;
+    ++store->refCount;
     if (count > 0) {
-        auto* array = reinterpret_cast<XmlAttribute*>(inlineName(d) + nameUnits);
-        auto* out = reinterpret_cast<char16_t*>(array + count);
-        for (int32_t i = 0; i < count; ++i) {
-            const XmlAttributeSpan<Unit>& a = attributes[i];
-            array[i].name = copyTerminated(out, a.name, a.nameLength);
-            if (a.decodedOffset >= 0)
-                array[i].value = copyTerminated(out, decoded + a.decodedOffset, a.valueLength);
-            else
-                array[i].value = a.value != nullptr ? copyTerminated(out, a.value, a.valueLength) : nullptr;
-        }
+        auto* array = reinterpret_cast<XmlAttribute*>(d + 1);
+        for (int32_t i = 0; i < count; ++i)
+            new (array + i) XmlAttribute(attributes[i]);
         d->attributes = array;
         d->attributeCount = count;
-        d->attributesPacked = true;
     }
     return d;
 }
 
-// Gives every attribute string its own allocation, so that the array can grow.
-void unpackAttributes(XmlNodeData* d) {
-    if (!d->attributesPacked)
-        return;
-    const XmlAttribute* packed = d->attributes;
-    auto* array = static_cast<XmlAttribute*>(
-        allocateBytes(sizeof(XmlAttribute) * static_cast<size_t>(blockCapacity(d->attributeCount, kItemBlock))));
-    for (int32_t i = 0; i < d->attributeCount; ++i) {
-        const XmlAttribute& a = packed[i];
-        array[i].name = xmlCopyString(a.name, xmlStringLength(a.name));
-        array[i].value = a.value != nullptr ? xmlCopyString(a.value, xmlStringLength(a.value)) : nullptr;
-    }
-    d->attributes = array;
-    d->attributesPacked = false;
-}
-
-void freeOwnedContents(XmlNodeData* d) noexcept {
+void freeRecord(XmlNodeData* d) noexcept {
     std::free(d->children);
-    for (int32_t i = 0; i < d->textCount; ++i)
-        std::free(d->texts[i]);
     std::free(d->texts);
-    for (int32_t i = 0; i < d->clearCount; ++i)
-        std::free(d->clears[i].value);
     std::free(d->clears);
-    if (!d->attributesPacked) {
-        for (int32_t i = 0; i < d->attributeCount; ++i) {
-            std::free(d->attributes[i].name);
-            std::free(d->attributes[i].value);
-        }
-        std::free(d->attributes);
-    }
     std::free(d->order);
-    if (!d->nameInline)
-        std::free(d->name);
+    XmlStore* store = d->store;
+    d->~XmlNodeData();
+    std::free(d);
+    if (--store->refCount == 0)
+        delete store;
 }
 
 // Destroys a record whose count reached 0, and every descendant that only its parent held.
@@ -179,70 +114,42 @@ void destroyRecord(XmlNodeData* root) noexcept {
                 pending = child;
             }
         }
-        freeOwnedContents(d);
-        d->~XmlNodeData();
-        std::free(d);
+        freeRecord(d);
     }
 }
 
-char16_t foldAscii(char16_t c) noexcept {
-    return (c >= u'A' && c <= u'Z') ? static_cast<char16_t>(c + 32) : c;
-}
-
-bool isCSpace(char16_t c) noexcept {
-    return c == u' ' || (c >= u'\t' && c <= u'\r');
-}
-
-bool isDigit(char16_t c) noexcept {
-    return c >= u'0' && c <= u'9';
-}
-
-// The C library's number prefix: white space, then an optional sign.
-const char16_t* skipSpaceAndSign(const char16_t* p, bool& negative) noexcept {
-    while (isCSpace(*p))
-        ++p;
-    negative = *p == u'-';
-    if (*p == u'-' || *p == u'+')
-        ++p;
-    return p;
+char foldAscii(char c) noexcept {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c;
 }
 
 }  // namespace
 
-char16_t* xmlAllocateString(int32_t length) {
-    auto* text = static_cast<char16_t*>(allocateBytes(sizeof(char16_t) * (static_cast<size_t>(length) + 1)));
-    text[length] = 0;
-    return text;
+char* XmlStore::allocate(size_t length) {
+    // Made strings are rare and short: a chunk serves many, a long one gets its own.
+    if (made.empty() || length > chunkLeft) {
+        const size_t size = length > kStoreChunk / 4 ? length : kStoreChunk;
+        made.push_back(std::make_unique_for_overwrite<char[]>(size));
+        if (size == kStoreChunk) {
+            chunkNext = made.back().get();
+            chunkLeft = kStoreChunk;
+        } else {
+            return made.back().get();
+        }
+    }
+    char* out = chunkNext;
+    chunkNext += length;
+    chunkLeft -= length;
+    return out;
 }
 
-char16_t* xmlCopyString(const char16_t* text, int32_t length) {
-    char16_t* copy = xmlAllocateString(length);
-    if (length > 0)
-        std::memcpy(copy, text, sizeof(char16_t) * static_cast<size_t>(length));
-    return copy;
-}
-
-void xmlFreeString(char16_t* text) noexcept {
-    std::free(text);
-}
-
-int32_t xmlStringLength(const char16_t* text) noexcept {
-    if (text == nullptr)
-        return 0;
-    const char16_t* end = text;
-    while (*end != 0)
-        ++end;
-    return static_cast<int32_t>(end - text);
-}
-
-bool xmlNamesEqual(const char16_t* a, const char16_t* b) noexcept {
-    if (a == nullptr || b == nullptr)
+bool xmlNamesEqual(std::string_view a, std::string_view b) noexcept {
+    if (a.data() == nullptr || b.data() == nullptr || a.size() != b.size())
         return false;
-    for (; *a != 0; ++a, ++b) {
-        if (*a != *b && foldAscii(*a) != foldAscii(*b))
+    for (size_t i = 0; i < a.size(); ++i) {
+        if (a[i] != b[i] && foldAscii(a[i]) != foldAscii(b[i]))
             return false;
     }
-    return *b == 0;
+    return true;
 }
 
 // ---- handle ----
@@ -296,8 +203,8 @@ XmlNode XmlNode::emptyNode() noexcept {
 
 // ---- queries ----
 
-const char16_t* XmlNode::name() const noexcept {
-    return data_ != nullptr ? data_->name : nullptr;
+std::string_view XmlNode::name() const noexcept {
+    return data_ != nullptr ? data_->name : std::string_view();
 }
 
 bool XmlNode::isDeclaration() const noexcept {
@@ -308,7 +215,7 @@ int32_t XmlNode::childCount() const noexcept {
     return data_ != nullptr ? data_->childCount : 0;
 }
 
-int32_t XmlNode::childCountNamed(const char16_t* childName) const noexcept {
+int32_t XmlNode::childCountNamed(std::string_view childName) const noexcept {
     if (data_ == nullptr)
         return 0;
     int32_t count = 0;
@@ -323,7 +230,7 @@ XmlNode XmlNode::childAt(int32_t index) const noexcept {
     return XmlNode(data_->children[index]);
 }
 
-XmlNode XmlNode::childNamed(const char16_t* childName, int32_t* cursor) const noexcept {
+XmlNode XmlNode::childNamed(std::string_view childName, int32_t* cursor) const noexcept {
     if (data_ == nullptr)
         return emptyNode();
     for (int32_t i = cursor != nullptr && *cursor > 0 ? *cursor : 0; i < data_->childCount; ++i) {
@@ -336,7 +243,7 @@ XmlNode XmlNode::childNamed(const char16_t* childName, int32_t* cursor) const no
     return emptyNode();
 }
 
-XmlNode XmlNode::childNamedNth(const char16_t* childName, int32_t n) const noexcept {
+XmlNode XmlNode::childNamedNth(std::string_view childName, int32_t n) const noexcept {
     if (data_ == nullptr)
         return emptyNode();
     if (n < 0) {
@@ -361,21 +268,21 @@ int32_t XmlNode::attributeCount() const noexcept {
     return data_ != nullptr ? data_->attributeCount : 0;
 }
 
-const char16_t* XmlNode::attributeNameAt(int32_t index) const noexcept {
+std::string_view XmlNode::attributeNameAt(int32_t index) const noexcept {
     if (data_ == nullptr || index < 0 || index >= data_->attributeCount)
-        return nullptr;
+        return {};
     return data_->attributes[index].name;
 }
 
-const char16_t* XmlNode::attributeValueAt(int32_t index) const noexcept {
+std::string_view XmlNode::attributeValueAt(int32_t index) const noexcept {
     if (data_ == nullptr || index < 0 || index >= data_->attributeCount)
-        return nullptr;
+        return {};
     return data_->attributes[index].value;
 }
 
-const char16_t* XmlNode::attribute(const char16_t* attributeName, int32_t* cursor) const noexcept {
+std::string_view XmlNode::attribute(std::string_view attributeName, int32_t* cursor) const noexcept {
     if (data_ == nullptr)
-        return nullptr;
+        return {};
     for (int32_t i = cursor != nullptr && *cursor > 0 ? *cursor : 0; i < data_->attributeCount; ++i) {
         if (xmlNamesEqual(data_->attributes[i].name, attributeName)) {
             if (cursor != nullptr)
@@ -383,16 +290,16 @@ const char16_t* XmlNode::attribute(const char16_t* attributeName, int32_t* curso
             return data_->attributes[i].value;
         }
     }
-    return nullptr;
+    return {};
 }
 
 int32_t XmlNode::textCount() const noexcept {
     return data_ != nullptr ? data_->textCount : 0;
 }
 
-const char16_t* XmlNode::textAt(int32_t index) const noexcept {
+std::string_view XmlNode::textAt(int32_t index) const noexcept {
     if (data_ == nullptr || index < 0 || index >= data_->textCount)
-        return nullptr;
+        return {};
     return data_->texts[index];
 }
 
@@ -418,104 +325,47 @@ int32_t XmlNode::orderAt(int32_t index) const noexcept {
 
 // ---- building operations ----
 
-XmlNode XmlNode::createNode(char16_t* nodeName, XmlNodeData* parentData, bool declaration) {
-    XmlNodeData* d = allocateRecord<char16_t>(nullptr, 0, nullptr, 0, nullptr);
-    d->name = nodeName;
-    d->parent = parentData;
-    d->isDeclaration = declaration;
-    return XmlNode(d);
+XmlNode XmlTree::createDocument(std::unique_ptr<XmlStore> store) {
+    return XmlNode(allocateRecord(store.release(), nullptr, 0));
 }
 
-XmlNode XmlNode::addChild(char16_t* childName, bool declaration) {
-    if (data_ == nullptr || childName == nullptr) {
-        std::free(childName);
-        return emptyNode();
-    }
-    XmlNode child = createNode(childName, data_, declaration);
-    appendChild(child.data_);
-    return child;
+XmlNodeData* XmlTree::addChild(XmlNodeData* parent, std::string_view name, bool isDeclaration,
+                          const XmlAttribute* attributes, int32_t count) {
+    XmlNodeData* d = allocateRecord(parent->store, attributes, count);
+    d->name = name;
+    d->parent = parent;
+    d->isDeclaration = isDeclaration;
+    untrim(parent);
+    growForAppend(parent->children, parent->childCount, kItemBlock);
+    ++d->refCount;
+    parent->children[parent->childCount] = d;
+    appendOrder(parent, parent->childCount++, XmlChildItem);
+    return d;
 }
 
-template <typename Unit>
-XmlNode XmlNode::addChildCopy(const Unit* childName, int32_t length, bool declaration,
-                              const XmlAttributeSpan<Unit>* attributes, int32_t count, const char16_t* decoded) {
-    if (data_ == nullptr || childName == nullptr)
-        return emptyNode();
-    XmlNodeData* d = allocateRecord(childName, length, attributes, count, decoded);
-    d->parent = data_;
-    d->isDeclaration = declaration;
-    XmlNode child(d);
-    appendChild(d);
-    return child;
+void XmlTree::addText(XmlNodeData* d, std::string_view text) {
+    untrim(d);
+    growForAppend(d->texts, d->textCount, kItemBlock);
+    d->texts[d->textCount] = text;
+    appendOrder(d, d->textCount++, XmlTextItem);
 }
 
-template XmlNode XmlNode::addChildCopy(const char16_t*, int32_t, bool, const XmlAttributeSpan<char16_t>*, int32_t,
-                                       const char16_t*);
-template XmlNode XmlNode::addChildCopy(const unsigned char*, int32_t, bool, const XmlAttributeSpan<unsigned char>*,
-                                       int32_t, const char16_t*);
-
-void XmlNode::appendChild(XmlNodeData* child) {
-    untrim(data_);
-    growForAppend(data_->children, data_->childCount, kItemBlock);
-    // The children entry is a holder of its own, beside the handle returned.
-    ++child->refCount;
-    data_->children[data_->childCount] = child;
-    appendOrder(data_, data_->childCount++, XmlChildItem);
+void XmlTree::appendToText(XmlNodeData* d, int32_t index, std::string_view text) {
+    std::string_view& target = d->texts[index];
+    char* joined = d->store->allocate(target.size() + text.size());
+    std::memcpy(joined, target.data(), target.size());
+    std::memcpy(joined + target.size(), text.data(), text.size());
+    target = std::string_view(joined, target.size() + text.size());
 }
 
-void XmlNode::addAttribute(char16_t* attributeName, char16_t* value) {
-    if (data_ == nullptr || attributeName == nullptr) {
-        std::free(attributeName);
-        std::free(value);
-        return;
-    }
-    unpackAttributes(data_);
-    untrim(data_);
-    growForAppend(data_->attributes, data_->attributeCount, kItemBlock);
-    data_->attributes[data_->attributeCount++] = XmlAttribute{attributeName, value};
+void XmlTree::addClearSection(XmlNodeData* d, std::string_view value, const char* openTag, const char* closeTag) {
+    untrim(d);
+    growForAppend(d->clears, d->clearCount, kItemBlock);
+    d->clears[d->clearCount] = XmlClearSection{value, openTag, closeTag};
+    appendOrder(d, d->clearCount++, XmlClearItem);
 }
 
-void XmlNode::addText(char16_t* text) {
-    if (data_ == nullptr || text == nullptr) {
-        std::free(text);
-        return;
-    }
-    untrim(data_);
-    growForAppend(data_->texts, data_->textCount, kItemBlock);
-    data_->texts[data_->textCount] = text;
-    appendOrder(data_, data_->textCount++, XmlTextItem);
-}
-
-void XmlNode::appendToText(int32_t index, char16_t* text) {
-    if (data_ == nullptr || text == nullptr || index < 0 || index >= data_->textCount) {
-        std::free(text);
-        return;
-    }
-    char16_t*& target = data_->texts[index];
-    const int32_t oldLength = xmlStringLength(target);
-    const int32_t addedLength = xmlStringLength(text);
-    target = static_cast<char16_t*>(
-        reallocateBytes(target, sizeof(char16_t) * (static_cast<size_t>(oldLength) + static_cast<size_t>(addedLength) + 1)));
-    std::memcpy(target + oldLength, text, sizeof(char16_t) * (static_cast<size_t>(addedLength) + 1));
-    std::free(text);
-}
-
-void XmlNode::addClearSection(char16_t* value, const char16_t* openTag, const char16_t* closeTag) {
-    if (data_ == nullptr || value == nullptr) {
-        std::free(value);
-        return;
-    }
-    untrim(data_);
-    growForAppend(data_->clears, data_->clearCount, kItemBlock);
-    data_->clears[data_->clearCount] = XmlClearSection{value, openTag, closeTag};
-    appendOrder(data_, data_->clearCount++, XmlClearItem);
-}
-
-void XmlNode::deleteClearSection(int32_t index) {
-    if (data_ == nullptr || index < 0 || index >= data_->clearCount)
-        return;
-    XmlNodeData* d = data_;
-    std::free(d->clears[index].value);
+void XmlTree::deleteClearSection(XmlNodeData* d, int32_t index) {
     std::memmove(d->clears + index, d->clears + index + 1,
                  sizeof(XmlClearSection) * static_cast<size_t>(d->clearCount - index - 1));
     if (--d->clearCount == 0) {
@@ -534,135 +384,10 @@ void XmlNode::deleteClearSection(int32_t index) {
     d->orderCount = kept;
 }
 
-void XmlNode::trim() {
-    if (data_ == nullptr)
-        return;
-    XmlNodeData* d = data_;
+void XmlTree::trim(XmlNodeData* d) {
     shrinkToCount(d->children, d->childCount);
     shrinkToCount(d->texts, d->textCount);
     shrinkToCount(d->clears, d->clearCount);
-    if (!d->attributesPacked)
-        shrinkToCount(d->attributes, d->attributeCount);
     shrinkToCount(d->order, d->orderCount);
     d->trimmed = true;
-}
-
-// ---- typed readers ----
-
-int32_t parseIntOr(const char16_t* text, int32_t fallback) noexcept {
-    if (text == nullptr || *text == 0)
-        return fallback;
-    bool negative = false;
-    const char16_t* p = skipSpaceAndSign(text, negative);
-    // Saturate one past the 32-bit range so that long digit runs never overflow.
-    constexpr int64_t limit = int64_t{1} << 31;
-    int64_t value = 0;
-    for (; isDigit(*p); ++p) {
-        value = value * 10 + (*p - u'0');
-        if (value > limit)
-            value = limit;
-    }
-    if (negative)
-        return static_cast<int32_t>(-value);
-    return value >= limit ? std::numeric_limits<int32_t>::max() : static_cast<int32_t>(value);
-}
-
-namespace {
-
-// Whether a number that the conversion cannot represent is too large rather than too small:
-// the decimal exponent of its first significant digit tells, and it is far from 0 either way.
-bool decimalIsLarge(const char* digits, const char* end) {
-    int64_t integerDigits = 0;
-    int64_t firstSignificant = -1;  // index among the mantissa digits, the point left out
-    int64_t index = 0;
-    bool seenPoint = false;
-    const char* p = digits;
-    for (; p != end && *p != 'e' && *p != 'E'; ++p) {
-        if (*p == '.') {
-            seenPoint = true;
-            continue;
-        }
-        if (!seenPoint)
-            ++integerDigits;
-        if (firstSignificant < 0 && *p != '0')
-            firstSignificant = index;
-        ++index;
-    }
-    int64_t magnitude = integerDigits - 1 - firstSignificant;
-    if (p != end) {
-        ++p;
-        const bool negative = *p == '-';
-        if (*p == '-' || *p == '+')
-            ++p;
-        int64_t exponent = 0;
-        for (; p != end; ++p)
-            exponent = exponent < 1000000000 ? exponent * 10 + (*p - '0') : exponent;
-        magnitude += negative ? -exponent : exponent;
-    }
-    return magnitude > 0;
-}
-
-}  // namespace
-
-double parseDoubleOr(const char16_t* text, double fallback) noexcept {
-    if (text == nullptr || *text == 0)
-        return fallback;
-    bool negative = false;
-    const char16_t* p = skipSpaceAndSign(text, negative);
-    const char16_t* start = p;
-    int64_t mantissaDigits = 0;
-    int64_t fractionDigits = 0;
-    uint64_t mantissa = 0;  // exact while mantissaDigits <= 19
-    while (isDigit(*p)) {
-        mantissa = mantissa * 10 + static_cast<uint64_t>(*p - u'0');
-        ++p, ++mantissaDigits;
-    }
-    if (*p == u'.') {
-        ++p;
-        while (isDigit(*p)) {
-            mantissa = mantissa * 10 + static_cast<uint64_t>(*p - u'0');
-            ++p, ++mantissaDigits, ++fractionDigits;
-        }
-    }
-    if (mantissaDigits == 0)
-        return fallback;
-    // Up to 15 digits and no exponent, the usual attribute: both the digits and the power of ten
-    // are exact doubles, so one division rounds exactly as the full conversion would.
-    if (mantissaDigits <= 15 && *p != u'e' && *p != u'E') {
-        static constexpr double powers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7,
-                                            1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-        const double value = static_cast<double>(mantissa) / powers[fractionDigits];
-        return negative ? -value : value;
-    }
-    if (*p == u'e' || *p == u'E') {
-        const char16_t* exponent = p + 1;
-        if (*exponent == u'-' || *exponent == u'+')
-            ++exponent;
-        if (isDigit(*exponent)) {
-            while (isDigit(*exponent))
-                ++exponent;
-            p = exponent;
-        }
-    }
-    // The prefix is plain ASCII, so narrowing it is exact; from_chars then rounds correctly
-    // and knows nothing of the locale.
-    const auto length = static_cast<size_t>(p - start);
-    char stackBuffer[128] = {};
-    char* buffer = length <= sizeof stackBuffer ? stackBuffer : static_cast<char*>(std::malloc(length));
-    if (buffer == nullptr)
-        return fallback;
-    for (size_t i = 0; i < length; ++i)
-        buffer[i] = static_cast<char>(start[i]);
-    double value = 0.0;
-    const auto [end, error] = std::from_chars(buffer, buffer + length, value, std::chars_format::general);
-    if (error == std::errc::result_out_of_range)
-        value = decimalIsLarge(buffer, buffer + length) ? std::numeric_limits<double>::infinity() : 0.0;
-    (void)end;
-    if (buffer != stackBuffer)
-        std::free(buffer);
-    return negative ? -value : value;
-}
-
-const char16_t* textOr(const char16_t* text, const char16_t* fallback) noexcept {
-    return text != nullptr ? text : fallback;
 }

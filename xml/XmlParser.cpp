@@ -1,37 +1,38 @@
 #include "xml/XmlParser.h"
 
+#include "xml/TextEncoding.h"
+
+#include <cstring>
+
 namespace {
 
-bool endsTagName(char16_t c) {
-    return XmlChars::isSpace(c) || c == u'/' || c == u'<' || c == u'>' || c == u'=';
+bool endsTagName(char c) {
+    return XmlChars::isSpace(c) || c == '/' || c == '<' || c == '>' || c == '=';
 }
 
-char16_t foldAscii(char16_t c) {
-    return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c;
+char foldAscii(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
 }
 
 // An element named N is closed by an end tag whose name starts with N (ASCII case folded) and
 // goes on with a delimiter.
-template <typename Unit>
-bool endTagMatches(const char16_t* name, const Unit* endTag) {
-    if (name == nullptr)
+bool endTagMatches(std::string_view name, const char* endTag) {
+    if (name.data() == nullptr)
         return false;
-    for (; *name != 0; ++name, ++endTag) {
-        if (foldAscii(*name) != foldAscii(xmlWiden(*endTag)))
+    for (const char c : name) {
+        if (foldAscii(c) != foldAscii(*endTag++))
             return false;
     }
-    return endsTagName(xmlWiden(*endTag));
+    return endsTagName(*endTag);
 }
 
-template <typename Unit>
-void addValuelessAttribute(BasicXmlParseContext<Unit>& context, const BasicXmlToken<Unit>& name, int32_t length) {
-    context.addPendingAttribute({name.start, length, nullptr, 0, -1});
+void addValuelessAttribute(XmlParseContext& context, const XmlToken& name, int32_t length) {
+    context.addPendingAttribute({std::string_view(name.start, static_cast<size_t>(length)), std::string_view()});
 }
 
-template <typename Unit>
-bool addValuedAttribute(BasicXmlParseContext<Unit>& context, const BasicXmlToken<Unit>& name,
-                        const BasicXmlToken<Unit>& token, bool isDeclaration) {
-    const Unit* value = token.start;
+bool addValuedAttribute(XmlParseContext& context, const XmlToken& name, const XmlToken& token,
+                        bool isDeclaration) {
+    const char* value = token.start;
     int32_t length = token.length;
     if (isDeclaration && value[length - 1] == '?')
         --length;
@@ -39,15 +40,10 @@ bool addValuedAttribute(BasicXmlParseContext<Unit>& context, const BasicXmlToken
         ++value;
         length -= 2;
     }
-    if (!token.hasReference) {
-        context.addPendingAttribute({name.start, name.length, value, length, -1});
-        return true;
-    }
-    const auto offset = static_cast<int32_t>(context.decodedValues.size());
-    if (!XmlScanner::decodeEntitiesInto(value, length, context.decodedValues, context))
+    std::string_view text(value, static_cast<size_t>(length));
+    if (token.hasReference && !XmlScanner::decodeEntities(text, context, &text))
         return false;
-    const auto decodedLength = static_cast<int32_t>(context.decodedValues.size()) - offset;
-    context.addPendingAttribute({name.start, name.length, nullptr, decodedLength, offset});
+    context.addPendingAttribute({std::string_view(name.start, static_cast<size_t>(name.length)), text});
     return true;
 }
 
@@ -55,15 +51,14 @@ bool addValuedAttribute(BasicXmlParseContext<Unit>& context, const BasicXmlToken
 
 // The recursion runs through parseContent alone, and every token is read in helpers that have
 // returned before it recurses: each nesting level costs one small frame.
-template <typename Unit>
-bool XmlParser::parseContent(XmlNode& node, BasicXmlParseContext<Unit>& context) {
+bool XmlParser::parseContent(XmlNodeData* node, XmlParseContext& context) {
     for (;;) {
         const ContentStep step = readContent(node, context);
         if (step == ContentStep::Stop)
             return false;
         if (step == ContentStep::Closed)
             return true;
-        XmlNode child;
+        XmlNodeData* child = nullptr;
         const TagOutcome outcome = parseStartTag(node, child, context, step == ContentStep::DeclarationStart);
         if (outcome == TagOutcome::Stop)
             return false;
@@ -81,11 +76,10 @@ bool XmlParser::parseContent(XmlNode& node, BasicXmlParseContext<Unit>& context)
     }
 }
 
-template <typename Unit>
-XmlParser::ContentStep XmlParser::readContent(XmlNode& node, BasicXmlParseContext<Unit>& context) {
+XmlParser::ContentStep XmlParser::readContent(XmlNodeData* node, XmlParseContext& context) {
     for (;;) {
         XmlScanner::skipCharacterData(context);
-        const BasicXmlToken<Unit> token = XmlScanner::nextToken(context);
+        const XmlToken token = XmlScanner::nextToken(context);
         switch (token.kind) {
         case XmlTokenKind::EndOfInput:
             endOfInput(node, context);
@@ -113,10 +107,9 @@ XmlParser::ContentStep XmlParser::readContent(XmlNode& node, BasicXmlParseContex
 
 // A start tag: its name, then its attributes up to ">" or "/>". The child is made once the tag
 // is read, so that its record, name and attributes take a single allocation.
-template <typename Unit>
-XmlParser::TagOutcome XmlParser::parseStartTag(XmlNode& node, XmlNode& child, BasicXmlParseContext<Unit>& context,
+XmlParser::TagOutcome XmlParser::parseStartTag(XmlNodeData* node, XmlNodeData*& child, XmlParseContext& context,
                                                bool isDeclaration) {
-    const BasicXmlToken<Unit> name = XmlScanner::nextToken(context);
+    const XmlToken name = XmlScanner::nextToken(context);
     if (name.kind != XmlTokenKind::Text) {
         context.error = XmlError::MissingTagName;
         return TagOutcome::Stop;
@@ -128,22 +121,20 @@ XmlParser::TagOutcome XmlParser::parseStartTag(XmlNode& node, XmlNode& child, Ba
     // Even a tag that fails makes its element: the document then holds one, which decides
     // between the tag's error and NoElements.
     const TagOutcome outcome = readAttributes(node, context, isDeclaration);
-    child = node.addChildCopy(name.start, name.length, isDeclaration, context.pendingAttributes.data(),
-                              context.pendingCount, context.decodedValues.data());
+    child = XmlTree::addChild(node, std::string_view(name.start, static_cast<size_t>(name.length)), isDeclaration,
+                              context.pendingAttributes.data(), context.pendingCount);
     if (outcome == TagOutcome::Closed)
-        child.trim();
+        XmlTree::trim(child);
     context.pendingCount = 0;
-    context.decodedValues.clear();
     return outcome;
 }
 
-template <typename Unit>
-XmlParser::TagOutcome XmlParser::readAttributes(const XmlNode& parent, BasicXmlParseContext<Unit>& context,
+XmlParser::TagOutcome XmlParser::readAttributes(const XmlNodeData* parent, XmlParseContext& context,
                                                 bool isDeclaration) {
     int state = 0;
-    BasicXmlToken<Unit> pending;
+    XmlToken pending;
     for (;;) {
-        const BasicXmlToken<Unit> token = XmlScanner::nextToken(context);
+        const XmlToken token = XmlScanner::nextToken(context);
         if (token.kind == XmlTokenKind::EndOfInput)
             return TagOutcome::EndOfInput;
         if (state == 0) {
@@ -170,7 +161,7 @@ XmlParser::TagOutcome XmlParser::readAttributes(const XmlNode& parent, BasicXmlP
                 // the document, which is how the root element ends up inside "xml".
                 if (isDeclaration && pending.start[length - 1] == '?') {
                     --length;
-                    if (parent.data()->parent != nullptr)
+                    if (parent->parent != nullptr)
                         closed = true;
                 }
                 if (length > 0)
@@ -191,43 +182,39 @@ XmlParser::TagOutcome XmlParser::readAttributes(const XmlNode& parent, BasicXmlP
     return TagOutcome::Stop;
 }
 
-template <typename Unit>
-bool XmlParser::closeByPendingEndTag(XmlNode& node, BasicXmlParseContext<Unit>& context) {
+bool XmlParser::closeByPendingEndTag(XmlNodeData* node, XmlParseContext& context) {
     // The end tag closes the innermost open element of its name; the document node has none.
-    if (node.name() == nullptr) {
+    if (node->name.data() == nullptr) {
         context.error = XmlError::UnexpectedEndTag;
         return false;
     }
-    if (endTagMatches(node.name(), context.endTagName)) {
+    if (endTagMatches(node->name, context.endTagName)) {
         context.endTagName = nullptr;
         context.endTagLength = 0;
     }
     return true;
 }
 
-template <typename Unit>
-bool XmlParser::parseEndTag(XmlNode& node, BasicXmlParseContext<Unit>& context) {
-    const BasicXmlToken<Unit> name = XmlScanner::nextToken(context);
+bool XmlParser::parseEndTag(XmlNodeData* node, XmlParseContext& context) {
+    const XmlToken name = XmlScanner::nextToken(context);
     if (name.kind != XmlTokenKind::Text || XmlScanner::nextToken(context).kind != XmlTokenKind::TagEnd) {
         context.error = XmlError::MalformedEndTag;
         return false;
     }
     context.textStart = context.cursor;
-    if (!endTagMatches(node.name(), name.start)) {
+    if (!endTagMatches(node->name, name.start)) {
         context.error = XmlError::MissingEndTag;
         context.errorAt = context.cursor;
         context.endTagName = name.start;
         context.endTagLength = name.length;
     }
-    node.trim();
+    XmlTree::trim(node);
     return true;
 }
 
-template <typename Unit>
-bool XmlParser::endOfInput(XmlNode& node, BasicXmlParseContext<Unit>& context) {
+bool XmlParser::endOfInput(XmlNodeData* node, XmlParseContext& context) {
     // Only the innermost open element reports the missing end tag.
-    const XmlNodeData* data = node.data();
-    if (!data->isDeclaration && data->parent != nullptr) {
+    if (!node->isDeclaration && node->parent != nullptr) {
         context.error = XmlError::MissingEndTag;
         context.errorAt = context.cursor;
     }
@@ -235,60 +222,47 @@ bool XmlParser::endOfInput(XmlNode& node, BasicXmlParseContext<Unit>& context) {
     return false;
 }
 
-template <typename Unit>
-bool XmlParser::flushText(XmlNode& node, BasicXmlParseContext<Unit>& context, const Unit* end) {
-    const Unit* start = context.textStart;
+bool XmlParser::flushText(XmlNodeData* node, XmlParseContext& context, const char* end) {
+    const char* start = context.textStart;
     if (start == nullptr)
         return true;
     context.textStart = nullptr;
     // The skip that found the end of this run already knows whether it holds a reference.
     const bool plain = start == context.skippedFrom && !context.skippedReference;
-    while (start != end && XmlChars::isSpace(xmlWiden(*start)))
+    while (start != end && XmlChars::isSpace(*start))
         ++start;
-    while (end != start && XmlChars::isSpace(xmlWiden(end[-1])))
+    while (end != start && XmlChars::isSpace(end[-1]))
         --end;
     if (start == end)
         return true;
-    const auto length = static_cast<int32_t>(end - start);
-    char16_t* text = nullptr;
-    if (plain) {
-        text = xmlAllocateString(length);
-        xmlWidenCopy(start, static_cast<size_t>(length), text);
-    } else {
-        text = XmlScanner::decodeEntities(start, length, context);
-        if (text == nullptr)
-            return false;
-    }
+    std::string_view text(start, static_cast<size_t>(end - start));
+    if (!plain && !XmlScanner::decodeEntities(text, context, &text))
+        return false;
     // A comment between two runs of text is dropped and the runs join, without a separator.
-    XmlNodeData* data = node.data();
-    if (data->orderCount >= 2) {
-        const int32_t last = data->order[data->orderCount - 1];
-        const int32_t previous = data->order[data->orderCount - 2];
+    if (node->orderCount >= 2) {
+        const int32_t last = node->order[node->orderCount - 1];
+        const int32_t previous = node->order[node->orderCount - 2];
         if ((previous & 3) == XmlTextItem && (last & 3) == XmlClearItem &&
-            data->clears[last >> 2].openTag == XmlScanner::commentTag().openTag) {
-            node.deleteClearSection(last >> 2);
-            node.appendToText(previous >> 2, text);
+            node->clears[last >> 2].openTag == XmlScanner::commentTag().openTag) {
+            XmlTree::deleteClearSection(node, last >> 2);
+            XmlTree::appendToText(node, previous >> 2, text);
             return true;
         }
     }
-    node.addText(text);
+    XmlTree::addText(node, text);
     return true;
 }
 
-template <typename Unit>
-XmlNode XmlParser::parse(const Unit* text, int64_t length, const char16_t* requiredTag, XmlParseResult* result) {
-    if (text == nullptr) {
-        if (result != nullptr)
-            *result = XmlParseResult{XmlError::NullInput, 0, 0};
-        return XmlNode::emptyNode();
-    }
-    XmlNode document = XmlNode::createNode(nullptr, nullptr, false);
-    BasicXmlParseContext<Unit> context;
+XmlNode XmlParser::parse(std::unique_ptr<XmlStore> store, const char* text, size_t length,
+                         std::string_view requiredTag, XmlParseResult* result) {
+    XmlParseContext context;
+    context.store = store.get();
     context.input = text;
     context.textStart = text;
     context.cursor = text;
-    context.inputEnd = length >= 0 ? text + length : nullptr;
-    parseContent(document, context);
+    context.inputEnd = text + length;
+    XmlNode document = XmlTree::createDocument(std::move(store));
+    parseContent(XmlTree::data(document), context);
 
     XmlError error = context.error;
     if (document.childCount() == 0)
@@ -297,7 +271,7 @@ XmlNode XmlParser::parse(const Unit* text, int64_t length, const char16_t* requi
                         document.textCount() == 0 && document.clearCount() == 0;
     XmlNode candidate = single ? document.childAt(0) : document;
     if (error == XmlError::None || error == XmlError::MissingEndTag || error == XmlError::NoElements) {
-        if (requiredTag != nullptr && *requiredTag != 0 && !xmlNamesEqual(candidate.name(), requiredTag)) {
+        if (!requiredTag.empty() && !xmlNamesEqual(candidate.name(), requiredTag)) {
             candidate = candidate.childNamed(requiredTag);
             if (candidate.isEmpty()) {
                 if (result != nullptr)
@@ -311,26 +285,40 @@ XmlNode XmlParser::parse(const Unit* text, int64_t length, const char16_t* requi
     if (result != nullptr) {
         result->error = error;
         if (error != XmlError::None) {
-            const Unit* errorAt = error == XmlError::MissingEndTag ? context.errorAt : context.cursor;
+            // Positions count UTF-16 units, as they did when documents were read as UTF-16.
+            const char* errorAt = error == XmlError::MissingEndTag ? context.errorAt : context.cursor;
+            const char* lineStart = text;
             result->line = 1;
-            result->column = 1;
-            for (const Unit* p = text; p != errorAt; ++p) {
+            for (const char* p = text; p != errorAt; ++p) {
                 if (*p == '\n') {
                     ++result->line;
-                    result->column = 1;
-                } else {
-                    ++result->column;
+                    lineStart = p + 1;
                 }
             }
+            result->column =
+                1 + static_cast<int32_t>(TextEncoding::utf16Length(lineStart, static_cast<size_t>(errorAt - lineStart)));
         }
     }
     // Releasing the document node detaches the returned element from it.
     return candidate;
 }
 
-template XmlNode XmlParser::parse(const char16_t*, int64_t, const char16_t*, XmlParseResult*);
-template XmlNode XmlParser::parse(const unsigned char*, int64_t, const char16_t*, XmlParseResult*);
-
-XmlNode XmlNode::parseString(const char16_t* text, const char16_t* requiredTag, XmlParseResult* result) {
-    return XmlParser::parse(text, -1, requiredTag, result);
+XmlNode XmlNode::parseString(std::string_view text, std::string_view requiredTag, XmlParseResult* result) {
+    if (text.data() == nullptr) {
+        if (result != nullptr)
+            *result = XmlParseResult{XmlError::NullInput, 0, 0};
+        return emptyNode();
+    }
+    auto store = std::make_unique<XmlStore>();
+    size_t length = 0;
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+    store->converted = TextEncoding::repairUtf8(bytes, text.size(), &length);
+    if (store->converted == nullptr) {
+        // The text must end in a zero that the scanner can stop on: a copy of it does.
+        store->converted = std::make_unique_for_overwrite<char[]>(length + 4);
+        std::memcpy(store->converted.get(), text.data(), length);
+        std::memset(store->converted.get() + length, 0, 4);
+    }
+    const char* start = store->converted.get();
+    return XmlParser::parse(std::move(store), start, length, requiredTag, result);
 }

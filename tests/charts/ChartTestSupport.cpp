@@ -35,10 +35,11 @@ std::vector<double> indices(int count) {
     return values;
 }
 
-XmlNode parse(const QString& text, const char16_t* rootTag) {
+XmlNode parse(const QString& text, std::string_view rootTag) {
     XmlParseResult result;
-    XmlNode root = XmlNode::parseString(reinterpret_cast<const char16_t*>(text.utf16()), rootTag,
-                                        &result);
+    const QByteArray bytes = text.toUtf8();
+    XmlNode root = XmlNode::parseString(std::string_view(bytes.constData(), static_cast<size_t>(bytes.size())),
+                                        rootTag, &result);
     EXPECT_EQ(result.error, XmlError::None) << "line " << result.line << " column "
                                             << result.column;
     return root;

@@ -26,7 +26,7 @@ std::vector<double> indices(int count);
 std::vector<double> pointXs(const std::string& pointList);
 
 // Parses a document whose root element is rootTag; fails the test on a parse error.
-XmlNode parse(const QString& text, const char16_t* rootTag = u"ORB_Charts");
+XmlNode parse(const QString& text, std::string_view rootTag = "ORB_Charts");
 
 // What the writer calls produce, the generator holding the given chart root.
 QString render(const XmlNode& chartRoot, const std::function<void(ReportGenerator&)>& write);

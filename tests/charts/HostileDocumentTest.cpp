@@ -84,12 +84,12 @@ void expectValidScripts(const QString& page, int minimumScripts) {
 }
 
 QString chartScripts(bool binaryTarget) {
-    const XmlNode report = parse(hostileReport(binaryTarget ? "t" : "c"), u"ORB_AnalystReport");
+    const XmlNode report = parse(hostileReport(binaryTarget ? "t" : "c"), "ORB_AnalystReport");
     const XmlNode charts = parse(hostileCharts());
     return ChartTest::render(charts, [&](ReportGenerator& g) {
         g.isBinaryTarget = binaryTarget;
         g.writeModelCharts();
-        const XmlNode variables = report.childNamed(u"ModelVariableLong");
+        const XmlNode variables = report.childNamed("ModelVariableLong");
         for (int i = 0; i < variables.childCount(); ++i)
             g.writeModalityChart(variables.childAt(i), binaryTarget);
     });
@@ -98,7 +98,7 @@ QString chartScripts(bool binaryTarget) {
 // The head of the page that generate() writes: every script of the page is there. (The body
 // shows document texts as markup, which is the sections' own concern.)
 QString pageHead(const char* job) {
-    const XmlNode report = parse(hostileReport(job), u"ORB_AnalystReport");
+    const XmlNode report = parse(hostileReport(job), "ORB_AnalystReport");
     const XmlNode charts = parse(hostileCharts());
     QString page;
     {

@@ -8,7 +8,7 @@ using ChartTest::between;
 using ChartTest::renderModality;
 
 XmlNode variable(const QString& attributes, const QString& modalities) {
-    return ChartTest::parse(QStringLiteral("<Var %1>%2</Var>").arg(attributes, modalities), u"Var");
+    return ChartTest::parse(QStringLiteral("<Var %1>%2</Var>").arg(attributes, modalities), "Var");
 }
 
 QString modality(const QString& name, int nOcc, double sumTarget) {

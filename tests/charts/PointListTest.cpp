@@ -15,7 +15,7 @@ using ChartTest::pointXs;
 
 std::string pointListOf(const QString& curves, bool coarse = false, int yPrecision = 16) {
     const XmlNode root = ChartTest::parse("<ORB_Charts><c>" + curves + "</c></ORB_Charts>");
-    return buildPointList(root.childNamed(u"c"), u"ROC", coarse, yPrecision);
+    return buildPointList(root.childNamed("c"), "ROC", coarse, yPrecision);
 }
 
 std::string pointList(const std::vector<double>& x, const std::vector<double>& y,
@@ -122,7 +122,7 @@ TEST(PointListTest, UnusableCurvesGiveAnEmptyList) {
     };
     for (const QString& c : cases)
         EXPECT_EQ(pointListOf(c), "") << c.toStdString();
-    EXPECT_EQ(buildPointList(XmlNode(), u"ROC", false, 2), "");
+    EXPECT_EQ(buildPointList(XmlNode(), "ROC", false, 2), "");
 }
 
 }  // namespace

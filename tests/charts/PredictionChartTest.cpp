@@ -10,7 +10,7 @@ using ChartTest::renderPrediction;
 
 XmlNode curves(const QString& ranges, const QString& children = "") {
     return ChartTest::parse(R"(<prunedTest MAE="3.5" RSquared="0.68" nLine="152" nVar="3">)" +
-                                ranges + children + "</prunedTest>", u"prunedTest");
+                                ranges + children + "</prunedTest>", "prunedTest");
 }
 
 QString ranges(const QString& attributes) { return "<ranges " + attributes + "/>"; }

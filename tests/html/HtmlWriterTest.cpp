@@ -242,7 +242,7 @@ std::string cells(const std::string& number, int filled) {
 }
 
 struct ValueCellsCase {
-    const char16_t* element;
+    const char* element;
     double maximum;
     double threshold;
     const char* number;  // empty: the two blank cells
@@ -250,7 +250,7 @@ struct ValueCellsCase {
 };
 
 void PrintTo(const ValueCellsCase& c, std::ostream* os) {
-    *os << QString::fromUtf16(c.element).toStdString() << " threshold " << c.threshold;
+    *os << c.element << " threshold " << c.threshold;
 }
 
 class ValueCellsTest : public testing::TestWithParam<ValueCellsCase> {};
@@ -258,28 +258,28 @@ class ValueCellsTest : public testing::TestWithParam<ValueCellsCase> {};
 TEST_P(ValueCellsTest, WritesNumberAndBar) {
     const ValueCellsCase c = GetParam();
     XmlParseResult result;
-    const XmlNode node = XmlNode::parseString(c.element, nullptr, &result);
+    const XmlNode node = XmlNode::parseString(c.element, {}, &result);
     ASSERT_EQ(result.error, XmlError::None);
-    EXPECT_EQ(render([&](HtmlWriter& w) { w.writeValueCells(node, u"v", c.maximum, 2, c.threshold); }),
+    EXPECT_EQ(render([&](HtmlWriter& w) { w.writeValueCells(node, "v", c.maximum, 2, c.threshold); }),
               cells(c.number, c.filled));
 }
 
 constexpr double lowest = std::numeric_limits<double>::lowest();
 
 INSTANTIATE_TEST_SUITE_P(HtmlWriter, ValueCellsTest, testing::Values(
-    ValueCellsCase{u"<r v='-0.25'/>", 0.5, lowest, "-0.25", 21},
-    ValueCellsCase{u"<r v='12.5'/>", 50.0, lowest, "12.50", 10},
-    ValueCellsCase{u"<r v='-9950'/>", 100.0, -9900.0, "", 0},
-    ValueCellsCase{u"<r v='-9900'/>", 100.0, -9900.0, "", 0},
-    ValueCellsCase{u"<r v='-9899.5'/>", 10000.0, -9900.0, "-9899.50", 41},
-    ValueCellsCase{u"<r v='-1'/>", 1.0, -1.0, "", 0},
-    ValueCellsCase{u"<r v='-0.99'/>", 1.0, -1.0, "-0.99", 41},
-    ValueCellsCase{u"<r/>", 1.0, -1.0, "0.00", 0},
-    ValueCellsCase{u"<r v='0'/>", 0.0, lowest, "0.00", 0},
-    ValueCellsCase{u"<r v='0.5'/>", 0.0, lowest, "0.50", 21},
-    ValueCellsCase{u"<r v='0.125'/>", 1.0, lowest, "0.12", 5},
-    ValueCellsCase{u"<r v='0.375'/>", 1.0, lowest, "0.38", 15},
-    ValueCellsCase{u"<r v='abc'/>", 1.0, lowest, "0.00", 0}));
+    ValueCellsCase{"<r v='-0.25'/>", 0.5, lowest, "-0.25", 21},
+    ValueCellsCase{"<r v='12.5'/>", 50.0, lowest, "12.50", 10},
+    ValueCellsCase{"<r v='-9950'/>", 100.0, -9900.0, "", 0},
+    ValueCellsCase{"<r v='-9900'/>", 100.0, -9900.0, "", 0},
+    ValueCellsCase{"<r v='-9899.5'/>", 10000.0, -9900.0, "-9899.50", 41},
+    ValueCellsCase{"<r v='-1'/>", 1.0, -1.0, "", 0},
+    ValueCellsCase{"<r v='-0.99'/>", 1.0, -1.0, "-0.99", 41},
+    ValueCellsCase{"<r/>", 1.0, -1.0, "0.00", 0},
+    ValueCellsCase{"<r v='0'/>", 0.0, lowest, "0.00", 0},
+    ValueCellsCase{"<r v='0.5'/>", 0.0, lowest, "0.50", 21},
+    ValueCellsCase{"<r v='0.125'/>", 1.0, lowest, "0.12", 5},
+    ValueCellsCase{"<r v='0.375'/>", 1.0, lowest, "0.38", 15},
+    ValueCellsCase{"<r v='abc'/>", 1.0, lowest, "0.00", 0}));
 
 // The frame is held against a page made independently of this code.
 class PageFrameTest : public testing::Test {

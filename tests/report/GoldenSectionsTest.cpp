@@ -82,9 +82,9 @@ TEST_P(GoldenSectionsTest, SectionsMatchTheExpectedPage) {
         QString::fromUtf8(TestSupport::readFile(folder + QStringLiteral("expected/page"))).trimmed();
     XmlParseResult result;
     const XmlNode root = XmlNode::parseFile(QFile::encodeName(folder + reportName).constData(),
-                                            u"ORB_AnalystReport", &result);
+                                            "ORB_AnalystReport", &result);
     ASSERT_EQ(result.error, XmlError::None) << reportName.toStdString();
-    const std::string job = QString::fromUtf16(root.childNamed(u"GeneralStats").attribute(u"predictionJob")).toStdString();
+    const std::string job = std::string(root.childNamed("GeneralStats").attribute("predictionJob"));
     const std::string page = TestSupport::readFile(folder + QStringLiteral("expected/") + pageName).toStdString();
     ASSERT_FALSE(pageSection(page, "Statistics for Variables in Model").empty()) << "no body";
     for (const auto& [title, section] : kSections)

@@ -10,9 +10,9 @@
 
 namespace {
 
-XmlNode parse(const std::u16string& text) {
+XmlNode parse(const std::string& text) {
     XmlParseResult result;
-    XmlNode root = XmlNode::parseString(text.c_str(), u"ORB_AnalystReport", &result);
+    XmlNode root = XmlNode::parseString(text, "ORB_AnalystReport", &result);
     EXPECT_EQ(result.error, XmlError::None);
     return root;
 }
@@ -24,7 +24,7 @@ struct Generated {
     std::string out;
 };
 
-Generated generate(const std::u16string& report) {
+Generated generate(const std::string& report) {
     QString page;
     Generated g{};
     {
@@ -38,18 +38,18 @@ Generated generate(const std::u16string& report) {
     return g;
 }
 
-std::u16string withJob(const std::u16string& attribute) {
-    return u"<ORB_AnalystReport><GeneralStats " + attribute + u"/></ORB_AnalystReport>";
+std::string withJob(const std::string& attribute) {
+    return "<ORB_AnalystReport><GeneralStats " + attribute + "/></ORB_AnalystReport>";
 }
 
 struct JobCase {
-    std::u16string report;
+    std::string report;
     bool known;
     bool binary;
 };
 
 void PrintTo(const JobCase& c, std::ostream* os) {
-    *os << QString::fromStdU16String(c.report).toStdString();
+    *os << c.report;
 }
 
 class PredictionJobTest : public testing::TestWithParam<JobCase> {};
@@ -68,20 +68,20 @@ TEST_P(PredictionJobTest, DecidesTargetOrFailsBeforeWriting) {
 }
 
 INSTANTIATE_TEST_SUITE_P(ReportGenerator, PredictionJobTest, testing::Values(
-    JobCase{withJob(u"predictionJob='t'"), true, true},
-    JobCase{withJob(u"predictionJob='T'"), true, true},
-    JobCase{withJob(u"predictionJob='c'"), true, false},
-    JobCase{withJob(u"predictionJob='C'"), true, false},
-    JobCase{withJob(u"PREDICTIONJOB='c'"), true, false},
-    JobCase{withJob(u"predictionJob='tc'"), false, false},
-    JobCase{withJob(u"predictionJob='tt'"), false, false},
-    JobCase{withJob(u"predictionJob=' t'"), false, false},
-    JobCase{withJob(u"predictionJob='binary'"), false, false},
-    JobCase{withJob(u"predictionJob='x'"), false, false},
-    JobCase{withJob(u"predictionJob=''"), false, false},
-    JobCase{withJob(u"predictionJob"), false, false},
-    JobCase{withJob(u""), false, false},
-    JobCase{u"<ORB_AnalystReport/>", false, false}));
+    JobCase{withJob("predictionJob='t'"), true, true},
+    JobCase{withJob("predictionJob='T'"), true, true},
+    JobCase{withJob("predictionJob='c'"), true, false},
+    JobCase{withJob("predictionJob='C'"), true, false},
+    JobCase{withJob("PREDICTIONJOB='c'"), true, false},
+    JobCase{withJob("predictionJob='tc'"), false, false},
+    JobCase{withJob("predictionJob='tt'"), false, false},
+    JobCase{withJob("predictionJob=' t'"), false, false},
+    JobCase{withJob("predictionJob='binary'"), false, false},
+    JobCase{withJob("predictionJob='x'"), false, false},
+    JobCase{withJob("predictionJob=''"), false, false},
+    JobCase{withJob("predictionJob"), false, false},
+    JobCase{withJob(""), false, false},
+    JobCase{"<ORB_AnalystReport/>", false, false}));
 
 std::vector<std::string> headings(const std::string& page) {
     std::vector<std::string> found;
@@ -94,7 +94,7 @@ std::vector<std::string> headings(const std::string& page) {
 
 struct OrderCase {
     const char* what;
-    std::u16string report;
+    std::string report;
     std::vector<std::string> headings;
 };
 
@@ -119,25 +119,25 @@ std::vector<std::string> join(std::vector<std::string> head, const std::vector<s
     return head;
 }
 
-std::u16string report(const std::u16string& job, const std::u16string& content) {
-    return u"<ORB_AnalystReport><GeneralStats predictionJob='" + job + u"'/>" + content +
-           u"</ORB_AnalystReport>";
+std::string report(const std::string& job, const std::string& content) {
+    return "<ORB_AnalystReport><GeneralStats predictionJob='" + job + "'/>" + content +
+           "</ORB_AnalystReport>";
 }
 
 INSTANTIATE_TEST_SUITE_P(ReportGenerator, SectionOrderTest, testing::Values(
-    OrderCase{"binary, no signaletic list", report(u"t", u""),
+    OrderCase{"binary, no signaletic list", report("t", ""),
               join(join({"Target:", ranking, "Lifts"}, lists), {quality})},
-    OrderCase{"binary, empty signaletic list", report(u"t", u"<VariablesIllustrative/>"),
+    OrderCase{"binary, empty signaletic list", report("t", "<VariablesIllustrative/>"),
               join(join({"Target:", ranking, "Lifts"}, lists), {quality})},
     OrderCase{"binary, one signaletic variable",
-              report(u"t", u"<VariablesIllustrative><v name='a' auc='0.5'/></VariablesIllustrative>"),
+              report("t", "<VariablesIllustrative><v name='a' auc='0.5'/></VariablesIllustrative>"),
               join(join({"Target:", ranking, "Lifts", signaletic}, lists), {quality})},
-    OrderCase{"continuous", report(u"C", u"<VariablesIllustrative><x/></VariablesIllustrative>"),
+    OrderCase{"continuous", report("C", "<VariablesIllustrative><x/></VariablesIllustrative>"),
               join({"Target:", ranking, "Graphics", signaletic}, lists)}));
 
-const std::u16string binaryReport =
-    u"<ORB_AnalystReport version='3.1'><GeneralStats predictionJob='t'/>"
-    u"<Target><HumanReadable>AT&amp;T &lt; 5</HumanReadable></Target></ORB_AnalystReport>";
+const std::string binaryReport =
+    "<ORB_AnalystReport version='3.1'><GeneralStats predictionJob='t'/>"
+    "<Target><HumanReadable>AT&amp;T &lt; 5</HumanReadable></Target></ORB_AnalystReport>";
 
 // The rest of the frame is held against the golden pages; these are the generator's own lines.
 TEST(ReportGeneratorTest, BannerAndTargetLineOpenTheBody) {
@@ -151,7 +151,7 @@ TEST(ReportGeneratorTest, BannerAndTargetLineOpenTheBody) {
 }
 
 TEST(ReportGeneratorTest, MissingVersionAndTargetLeaveEmptyTexts) {
-    const std::string page = generate(withJob(u"predictionJob='c'")).page;
+    const std::string page = generate(withJob("predictionJob='c'")).page;
     EXPECT_NE(page.find("<u>Analyst report v</u></span> </H1>"
                         "\n<H2 style=\"display:inline\">Target:</H2> \n\t\t\n\t"),
               std::string::npos);

@@ -7,10 +7,9 @@
 #include <cstdio>
 
 XmlNode parseReport(const std::string& content) {
-    const std::u16string text =
-        QString::fromUtf8("<ORB_AnalystReport>" + content + "</ORB_AnalystReport>").toStdU16String();
+    const std::string text = "<ORB_AnalystReport>" + content + "</ORB_AnalystReport>";
     XmlParseResult result;
-    XmlNode root = XmlNode::parseString(text.c_str(), u"ORB_AnalystReport", &result);
+    XmlNode root = XmlNode::parseString(text, "ORB_AnalystReport", &result);
     EXPECT_EQ(result.error, XmlError::None) << "line " << result.line << " column " << result.column;
     return root;
 }

@@ -15,8 +15,8 @@ std::string spaces(int n) { return std::string(static_cast<size_t>(n), ' '); }
 std::string modalityTable(const std::string& variable, bool binaryTarget) {
     const XmlNode var = parseReport(variable).childAt(0);
     return renderSection(var, [&](ReportGenerator& g) {
-        g.writeModalityTable(var, binaryTarget, parseIntOr(var.attribute(u"nLine"), 0),
-                             parseDoubleOr(var.attribute(u"sumTargetTotal"), 0.0));
+        g.writeModalityTable(var, binaryTarget, parseIntOr(var.attribute("nLine"), 0),
+                             parseDoubleOr(var.attribute("sumTargetTotal"), 0.0));
     }, binaryTarget);
 }
 

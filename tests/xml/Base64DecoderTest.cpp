@@ -12,7 +12,7 @@ using XmlTest::utf8;
 namespace {
 
 struct DecodeCase {
-    const char16_t* text;
+    const char* text;
     std::vector<unsigned char> bytes;  // the decoded bytes that are valid
     int32_t length;                    // what decodedLength announces
     XmlError error;
@@ -21,23 +21,23 @@ struct DecodeCase {
 
 TEST(Base64DecoderTest, DecodesTextAndReportsItsStatus) {
     const DecodeCase cases[] = {
-        {u"QUJD", {0x41, 0x42, 0x43}, 3, XmlError::None, true},
-        {u"QUI=", {0x41, 0x42}, 2, XmlError::None, true},
-        {u"QQ==", {0x41}, 1, XmlError::None, true},
-        {u"QU JD", {0x41, 0x42, 0x43}, 3, XmlError::None, true},
-        {u"\tQU\nJD\r\n", {0x41, 0x42, 0x43}, 3, XmlError::None, true},
-        {u"AAECAwQF/+7d", {0, 1, 2, 3, 4, 5, 0xFF, 0xEE, 0xDD}, 9, XmlError::None, true},
+        {"QUJD", {0x41, 0x42, 0x43}, 3, XmlError::None, true},
+        {"QUI=", {0x41, 0x42}, 2, XmlError::None, true},
+        {"QQ==", {0x41}, 1, XmlError::None, true},
+        {"QU JD", {0x41, 0x42, 0x43}, 3, XmlError::None, true},
+        {"\tQU\nJD\r\n", {0x41, 0x42, 0x43}, 3, XmlError::None, true},
+        {"AAECAwQF/+7d", {0, 1, 2, 3, 4, 5, 0xFF, 0xEE, 0xDD}, 9, XmlError::None, true},
         // Trailing white space hides the padding, so the length is overestimated.
-        {u"QQ==\n", {0x41}, 3, XmlError::Base64Truncated, true},
-        {u"QUJDQQ", {0x41, 0x42, 0x43, 0x41}, 4, XmlError::Base64Truncated, true},
-        {u"QUJD=", {0x41, 0x42, 0x43}, 3, XmlError::None, true},
-        {u"QU*D", {}, 0, XmlError::Base64BadCharacter, false},
-        {u"QUJ\u0141", {}, 0, XmlError::Base64BadCharacter, false},
-        {u"QUJ-", {}, 0, XmlError::Base64BadCharacter, false},
-        {u"Q", {}, 0, XmlError::Base64BadLength, false},
-        {u"", {}, 0, XmlError::None, false},
-        {u" \r\n", {}, 0, XmlError::None, false},
-        {u"====", {}, 0, XmlError::None, false},
+        {"QQ==\n", {0x41}, 3, XmlError::Base64Truncated, true},
+        {"QUJDQQ", {0x41, 0x42, 0x43, 0x41}, 4, XmlError::Base64Truncated, true},
+        {"QUJD=", {0x41, 0x42, 0x43}, 3, XmlError::None, true},
+        {"QU*D", {}, 0, XmlError::Base64BadCharacter, false},
+        {"QUJ\u0141", {}, 0, XmlError::Base64BadCharacter, false},
+        {"QUJ-", {}, 0, XmlError::Base64BadCharacter, false},
+        {"Q", {}, 0, XmlError::Base64BadLength, false},
+        {"", {}, 0, XmlError::None, false},
+        {" \r\n", {}, 0, XmlError::None, false},
+        {"====", {}, 0, XmlError::None, false},
     };
     for (const DecodeCase& c : cases) {
         Base64Decoder decoder;
@@ -57,14 +57,14 @@ TEST(Base64DecoderTest, NullTextGivesStaticEmptyBytes) {
     Base64Decoder decoder;
     int32_t length = -1;
     XmlError error = XmlError::BadEntity;
-    EXPECT_NE(decoder.decode(nullptr, &length, &error), nullptr);
+    EXPECT_NE(decoder.decode(std::string_view(), &length, &error), nullptr);
     EXPECT_EQ(length, 0);
     EXPECT_EQ(error, XmlError::None);
     EXPECT_EQ(decoder.capacity(), 0);
 }
 
 struct IntoCase {
-    const char16_t* text;
+    const char* text;
     int32_t length;
     Base64Status status;
     XmlError error;
@@ -72,24 +72,24 @@ struct IntoCase {
 
 TEST(Base64DecoderTest, DecodeIntoComparesTheDataWithTheExpectedLength) {
     const IntoCase cases[] = {
-        {u"QUJD", 3, Base64Complete, XmlError::None},
-        {u"QUJD", 5, Base64Complete, XmlError::None},  // ends at a quantum boundary
-        {u"QUJD", 2, Base64Failed, XmlError::Base64TooLong},
-        {u"QUJD", 0, Base64Failed, XmlError::Base64TooLong},
-        {u"QUJDQQ==", 3, Base64Failed, XmlError::Base64TooLong},
-        {u"QUI=", 2, Base64Complete, XmlError::None},
-        {u"QUI=", 3, Base64Partial, XmlError::Base64Truncated},
-        {u"QUI=QUI=", 2, Base64Complete, XmlError::None},  // padding at the expected length ends it
-        {u"QQ==", 1, Base64Complete, XmlError::None},
-        {u"QQ==", 2, Base64Partial, XmlError::Base64Truncated},
-        {u"=", 0, Base64Complete, XmlError::None},
-        {u"=", 1, Base64Partial, XmlError::Base64Truncated},
-        {u"QU", 1, Base64Partial, XmlError::Base64Truncated},
-        {u"Q", 1, Base64Partial, XmlError::Base64Truncated},
-        {u"Q=", 1, Base64Partial, XmlError::Base64Truncated},
-        {u"QUJ", 3, Base64Partial, XmlError::Base64Truncated},
-        {u"QU?D", 3, Base64Failed, XmlError::Base64BadCharacter},
-        {u"", 0, Base64Complete, XmlError::None},
+        {"QUJD", 3, Base64Complete, XmlError::None},
+        {"QUJD", 5, Base64Complete, XmlError::None},  // ends at a quantum boundary
+        {"QUJD", 2, Base64Failed, XmlError::Base64TooLong},
+        {"QUJD", 0, Base64Failed, XmlError::Base64TooLong},
+        {"QUJDQQ==", 3, Base64Failed, XmlError::Base64TooLong},
+        {"QUI=", 2, Base64Complete, XmlError::None},
+        {"QUI=", 3, Base64Partial, XmlError::Base64Truncated},
+        {"QUI=QUI=", 2, Base64Complete, XmlError::None},  // padding at the expected length ends it
+        {"QQ==", 1, Base64Complete, XmlError::None},
+        {"QQ==", 2, Base64Partial, XmlError::Base64Truncated},
+        {"=", 0, Base64Complete, XmlError::None},
+        {"=", 1, Base64Partial, XmlError::Base64Truncated},
+        {"QU", 1, Base64Partial, XmlError::Base64Truncated},
+        {"Q", 1, Base64Partial, XmlError::Base64Truncated},
+        {"Q=", 1, Base64Partial, XmlError::Base64Truncated},
+        {"QUJ", 3, Base64Partial, XmlError::Base64Truncated},
+        {"QU?D", 3, Base64Failed, XmlError::Base64BadCharacter},
+        {"", 0, Base64Complete, XmlError::None},
     };
     for (const IntoCase& c : cases) {
         unsigned char destination[8] = {};
@@ -102,28 +102,28 @@ TEST(Base64DecoderTest, DecodeIntoComparesTheDataWithTheExpectedLength) {
 
 TEST(Base64DecoderTest, NullTextLeavesTheErrorUntouched) {
     XmlError error = XmlError::BadEntity;
-    EXPECT_EQ(Base64Decoder::decodedLength(nullptr, &error), 0);
-    EXPECT_EQ(Base64Decoder::decodeInto(nullptr, nullptr, 0, &error), Base64Failed);
+    EXPECT_EQ(Base64Decoder::decodedLength(std::string_view(), &error), 0);
+    EXPECT_EQ(Base64Decoder::decodeInto(std::string_view(), nullptr, 0, &error), Base64Failed);
     EXPECT_EQ(error, XmlError::BadEntity);
-    EXPECT_EQ(Base64Decoder::decodedLength(u"QUJD", nullptr), 3);
+    EXPECT_EQ(Base64Decoder::decodedLength("QUJD", nullptr), 3);
 }
 
 TEST(Base64DecoderTest, BufferIsReusedAndOnlyGrows) {
     Base64Decoder decoder;
-    const std::u16string longText(400, u'A');
+    const std::string longText(400, 'A');
     const unsigned char* first = decoder.decode(longText.c_str(), nullptr, nullptr);
     ASSERT_NE(first, nullptr);
     EXPECT_EQ(decoder.capacity(), 301);
-    const unsigned char* second = decoder.decode(u"QUJD", nullptr, nullptr);
+    const unsigned char* second = decoder.decode("QUJD", nullptr, nullptr);
     EXPECT_EQ(second, first);
     EXPECT_EQ(decoder.capacity(), 301);
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(second), 3), "ABC");
-    const std::u16string longer(800, u'A');
+    const std::string longer(800, 'A');
     ASSERT_NE(decoder.decode(longer.c_str(), nullptr, nullptr), nullptr);
     EXPECT_EQ(decoder.capacity(), 601);
     decoder.freeBuffer();
     EXPECT_EQ(decoder.capacity(), 0);
-    EXPECT_EQ(decoder.decode(u"QQ==", nullptr, nullptr)[0], 0x41);
+    EXPECT_EQ(decoder.decode("QQ==", nullptr, nullptr)[0], 0x41);
     EXPECT_EQ(decoder.capacity(), 2);
 }
 

@@ -62,50 +62,65 @@ TEST(TextEncodingTest, DetectNamesTheEncodingAndItsMark) {
 
 struct ConversionCase {
     std::string bytes;
-    std::u16string expected;
+    std::string expected;
 };
+
+// The text a conversion stands for: its new buffer, or the bytes themselves when it made none.
+std::string textOf(const std::unique_ptr<char[]>& made, const std::vector<unsigned char>& bytes, size_t length) {
+    return made ? std::string(made.get(), length) : std::string(bytes.begin(), bytes.begin() + static_cast<long>(length));
+}
 
 TEST(TextEncodingTest, Windows1252MapsTheHighBytesAndStopsAtZero) {
     const ConversionCase cases[] = {
-        {"plain", u"plain"},
-        {"\x80\x8A\x9F", u"\u20AC\u0160\u0178"},
-        {"\x81\x8D\x8F\x90\x9D", u"\u0081\u008D\u008F\u0090\u009D"},
-        {"\xA0\xE9\xFF", u"\u00A0\u00E9\u00FF"},
-        {"\xC3\xA9", u"\u00C3\u00A9"},  // UTF-8 bytes read one by one
-        {std::string("ab\0cd", 5), u"ab"},
-        {std::string("\0x", 2), u""},
+        {"plain", "plain"},
+        {"\x80\x8A\x9F", "\u20AC\u0160\u0178"},
+        {"\x81\x8D\x8F\x90\x9D", "\u0081\u008D\u008F\u0090\u009D"},
+        {"\xA0\xE9\xFF", "\u00A0\u00E9\u00FF"},
+        {"\xC3\xA9", "\u00C3\u00A9"},  // UTF-8 bytes read one by one
+        {std::string("ab\0cd", 5), "ab"},
+        {std::string("\0x", 2), ""},
     };
     for (const ConversionCase& c : cases) {
         const std::vector<unsigned char> bytes = bytesOf(c.bytes);
-        const auto text = TextEncoding::windows1252ToUtf16(bytes.data(), bytes.size());
-        EXPECT_EQ(utf8(text.get()), utf8(c.expected)) << c.bytes;
+        size_t length = 0;
+        const auto made = TextEncoding::windows1252ToUtf8(bytes.data(), bytes.size(), &length);
+        EXPECT_EQ(textOf(made, bytes, length), c.expected) << c.bytes;
     }
 }
 
 TEST(TextEncodingTest, Utf8ReplacesEachMaximalInvalidSubpart) {
     const ConversionCase cases[] = {
-        {"a\xC3\xA9\xE2\x82\xAC", u"a\u00E9\u20AC"},
-        {"\xF0\x9F\x98\x80", u"\U0001F600"},
-        {"\xF4\x8F\xBF\xBF", u"\U0010FFFF"},
-        {"\x80", u"\uFFFD"},
-        {"\xFF\xFE", u"\uFFFD\uFFFD"},
-        {"\xC0\xAF", u"\uFFFD\uFFFD"},              // overlong: C0 is never a lead
-        {"\xE0\x80\xAF", u"\uFFFD\uFFFD\uFFFD"},    // overlong three-byte form
-        {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},    // a surrogate
-        {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},  // above U+10FFFF
-        {"\xE1\x80" "A", u"\uFFFD" "A"},            // a cut sequence is one subpart
-        {"\xF0\x9F\x98", u"\uFFFD"},
-        {"\xC3" "\xC3\xA9", u"\uFFFD\u00E9"},
+        {"a\xC3\xA9\xE2\x82\xAC", "a\u00E9\u20AC"},
+        {"\xF0\x9F\x98\x80", "\U0001F600"},
+        {"\xF4\x8F\xBF\xBF", "\U0010FFFF"},
+        {"\x80", "\uFFFD"},
+        {"\xFF\xFE", "\uFFFD\uFFFD"},
+        {"\xC0\xAF", "\uFFFD\uFFFD"},              // overlong: C0 is never a lead
+        {"\xE0\x80\xAF", "\uFFFD\uFFFD\uFFFD"},    // overlong three-byte form
+        {"\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD"},    // a surrogate
+        {"\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"},  // above U+10FFFF
+        {"\xE1\x80" "A", "\uFFFD" "A"},            // a cut sequence is one subpart
+        {"\xF0\x9F\x98", "\uFFFD"},
+        {"\xC3" "\xC3\xA9", "\uFFFD\u00E9"},
         // The example of the Unicode standard: 61 F1 80 80 E1 80 C2 62 80 63 80 BF 64.
-        {"a\xF1\x80\x80\xE1\x80\xC2" "b\x80" "c\x80\xBF" "d", u"a\uFFFD\uFFFD\uFFFDb\uFFFDc\uFFFD\uFFFDd"},
-        {std::string("\xE2\x82\0\xAC", 4), u"\uFFFD"},
-        {std::string("a\0b", 3), u"a"},
+        {"a\xF1\x80\x80\xE1\x80\xC2" "b\x80" "c\x80\xBF" "d", "a\uFFFD\uFFFD\uFFFDb\uFFFDc\uFFFD\uFFFDd"},
+        {std::string("\xE2\x82\0\xAC", 4), "\uFFFD"},
+        {std::string("a\0b", 3), "a"},
     };
     for (const ConversionCase& c : cases) {
         const std::vector<unsigned char> bytes = bytesOf(c.bytes);
-        const auto text = TextEncoding::utf8ToUtf16(bytes.data(), bytes.size());
-        EXPECT_EQ(std::u16string(text.get()), c.expected) << utf8(c.expected);
+        size_t length = 0;
+        const auto made = TextEncoding::repairUtf8(bytes.data(), bytes.size(), &length);
+        EXPECT_EQ(textOf(made, bytes, length), c.expected) << c.expected;
     }
+}
+
+TEST(TextEncodingTest, Utf16KeepsEveryUnitAndStopsAtZero) {
+    const char16_t units[] = {u'a', 0xD83D, 0xDE00, 0xD800, u'b', 0xDC00, 0, u'c'};
+    size_t length = 0;
+    const auto made = TextEncoding::utf16ToUtf8(units, std::size(units), &length);
+    EXPECT_EQ(std::string(made.get(), length), "a\xF0\x9F\x98\x80\xED\xA0\x80" "b\xED\xB0\x80");
+    EXPECT_EQ(TextEncoding::utf16Length(made.get(), length), 6u);
 }
 
 }  // namespace
