@@ -1,18 +1,9 @@
 #include "charts/ChartFrame.h"
 
 #include "html/ScriptText.h"
-#include "html/XmlText.h"
-
-std::string quotedUtf8(const QString& text) {
-    return ScriptText::quoted(text).toStdString();
-}
 
 std::string quotedAttribute(const XmlNode& node, const char* name) {
-    return quotedUtf8(xmlText(node.attribute(name)));
-}
-
-std::string identifierUtf8(const QString& text) {
-    return ScriptText::identifierPart(text).toStdString();
+    return ScriptText::quoted(node.attribute(name));
 }
 
 std::string ChartFrame::scriptText() const {
@@ -23,14 +14,14 @@ std::string ChartFrame::scriptText() const {
     out.reserve(size);
     out += "\n\t<script type=\"text/javascript\">"
            "\n\t  $(document).ready(function() {"
-           "\n\t  var chart_" + identifierUtf8(kind) + " = new Highcharts.Chart({"
+           "\n\t  var chart_" + ScriptText::identifierPart(kind) + " = new Highcharts.Chart({"
            "\n\t    chart: {"
-           "\n\t      renderTo: '" + quotedUtf8(kind) + "',";
+           "\n\t      renderTo: '" + ScriptText::quoted(kind) + "',";
     out += marginLine;
     out += "\n\t      zoomType: 'xy'"
            "\n\t    },"
            "\n\t    title: {"
-           "\n\t      text: '" + quotedUtf8(title) + "',";
+           "\n\t      text: '" + ScriptText::quoted(title) + "',";
     out += titleStyleLine;
     out += "\n\t    },"
            "\n\t    subtitle: {"

@@ -4,14 +4,13 @@
 
 #include "xml/XmlNode.h"
 
-#include <QString>
-
 #include <string>
+#include <string_view>
 #include <vector>
 
 struct ChartFrame {
-    QString kind;            // container id, also the tail of the script variable's name
-    QString title;
+    std::string kind;        // container id, also the tail of the script variable's name
+    std::string title;
     std::string subtitle;    // UTF-8, already safe between single quotes
     const char* marginLine = "";
     const char* titleStyleLine = "";
@@ -25,9 +24,6 @@ struct ChartFrame {
     std::string scriptText() const;
 };
 
-// UTF-8 of text made safe between the single quotes of a script string.
-std::string quotedUtf8(const QString& text);
-// The same for an attribute's text; empty when the attribute is absent, also on the empty node.
+// An attribute's text made safe between the single quotes of a script string; empty when the
+// attribute is absent, also on the empty node.
 std::string quotedAttribute(const XmlNode& node, const char* name);
-// UTF-8 of text made safe as the tail of a script variable name.
-std::string identifierUtf8(const QString& text);

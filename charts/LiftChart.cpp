@@ -157,9 +157,8 @@ constexpr const char* liftLegend =
 
 }  // namespace
 
-void ReportGenerator::writeLiftChart(XmlNode root, const QString& kind,
-                                     const QString& title) {
-    const bool delivered = kind == "delivered";
+void ReportGenerator::writeLiftChart(XmlNode root, const char* kind, const char* title) {
+    const bool delivered = std::string_view(kind) == "delivered";
     ChartFrame frame;
     frame.kind = kind;
     frame.title = title;

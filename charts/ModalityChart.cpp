@@ -4,7 +4,8 @@
 
 #include "charts/ChartFrame.h"
 #include "html/NumberFormat.h"
-#include "html/XmlText.h"
+#include "html/PageText.h"
+#include "html/ScriptText.h"
 #include "report/ReportGenerator.h"
 
 #include <algorithm>
@@ -31,39 +32,42 @@ struct ModalityPass {
     double overall() const { return nLines == 0 ? 0.0 : weighted / static_cast<double>(nLines); }
 };
 
-// The category of a modality: its name cut to 100 characters and "...", escaped for the page,
-// trimmed, and made safe inside the script's quotes, appended to out.
+// Whether the character at text[i] (UTF-8) is white space to the page's trimming: ASCII blanks
+// and the Unicode space separators, line and paragraph separators. *length receives its bytes.
+bool isSpaceAt(std::string_view text, size_t i, size_t* length) {
+    const auto byte = [&](size_t k) { return i + k < text.size() ? static_cast<unsigned char>(text[i + k]) : 0u; };
+    const unsigned lead = byte(0);
+    *length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    if (lead < 0x80)
+        return lead == ' ' || (lead >= '\t' && lead <= '\r');
+    if (lead == 0xC2)
+        return byte(1) == 0x85 || byte(1) == 0xA0;
+    const uint32_t c = lead < 0xF0 && *length == 3 ? ((lead & 0x0Fu) << 12) | ((byte(1) & 0x3Fu) << 6) | (byte(2) & 0x3Fu) : 0;
+    return c == 0x1680 || (c >= 0x2000 && c <= 0x200A) || c == 0x2028 || c == 0x2029 || c == 0x202F ||
+           c == 0x205F || c == 0x3000;
+}
+
+// The category of a modality: its name cut to 100 UTF-16 units and "..." when longer than 103,
+// escaped for the page, trimmed of white space, and made safe inside the script's quotes,
+// appended to out.
 void appendCategoryLabel(std::string& out, std::string_view name) {
-    size_t length = 0;
-    if (!HtmlWriter::isAscii(name, &length)) {
-        QString label = xmlText(name);
-        if (label.size() > 103)
-            label = label.left(100) + QStringLiteral("...");
-        out += quotedUtf8(HtmlWriter::escapeHtml(label).trimmed());
-        return;
-    }
-    // The same steps on ASCII alone, the usual case, without QString. Escaping has already
-    // replaced quotes and "<", so quoting is left with backslashes and line breaks.
-    std::string escaped;
-    const bool cut = length > 103;
-    HtmlWriter::appendEscapedAscii(escaped, name.data(), cut ? 100 : length);
-    if (cut)
-        escaped += "...";
-    const auto isSpace = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+    std::string label;
+    PageText::appendText(label, PageText::cutToUnits(name, 103, 100));
     size_t first = 0;
-    size_t last = escaped.size();
-    while (first < last && isSpace(escaped[first]))
-        ++first;
-    while (last > first && isSpace(escaped[last - 1]))
-        --last;
-    for (size_t i = first; i < last; ++i) {
-        switch (escaped[i]) {
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        default: out += escaped[i];
-        }
+    size_t last = label.size();
+    size_t length = 0;
+    while (first < last && isSpaceAt(label, first, &length))
+        first += length;
+    // Trailing white space is found by stepping back over continuation bytes to a lead.
+    while (last > first) {
+        size_t lead = last - 1;
+        while (lead > first && (static_cast<unsigned char>(label[lead]) & 0xC0) == 0x80)
+            --lead;
+        if (!isSpaceAt(label, lead, &length))
+            break;
+        last = lead;
     }
+    ScriptText::appendQuoted(out, std::string_view(label).substr(first, last - first));
 }
 
 // The truncated sum of targets, or the lowest 32-bit value when that is no 32-bit number.
@@ -125,7 +129,7 @@ std::string averageValues(const ModalityPass& pass) {
     std::string out;
     if (pass.modalityCount == 0)
         return out;
-    const std::string value = NumberFormat::jsG(pass.overall(), 15).toStdString();
+    const std::string value = NumberFormat::jsG(pass.overall(), 15);
     for (int i = 0; i < std::max(1, pass.shownCount); ++i) {
         if (i > 0)
             out += ",";
@@ -137,24 +141,24 @@ std::string averageValues(const ModalityPass& pass) {
 std::string modalitySubtitle(const ModalityPass& pass, bool binaryTarget) {
     return "nLines= " + std::to_string(pass.nLines) +
            ", nModalities= " + std::to_string(pass.modalityCount) +
-           ", targetMean= " + NumberFormat::g(pass.overall(), 15).toStdString() +
+           ", targetMean= " + NumberFormat::g(pass.overall(), 15) +
            (binaryTarget ? "%" : "");
 }
 
 std::string modalityTitle(const XmlNode& variable) {
-    QString title = xmlText(variable.attribute("label"));
-    if (title.isEmpty())
-        title = xmlText(variable.attribute("name"));
-    return quotedUtf8(title);
+    std::string_view title = variable.attribute("label");
+    if (title.empty())
+        title = variable.attribute("name");
+    return ScriptText::quoted(title);
 }
 
 std::string modalityHead(const XmlNode& variable, const ModalityPass& pass, bool binaryTarget) {
-    const QString idx = xmlText(variable.attribute("idx"));
+    const std::string_view idx = variable.attribute("idx");
     return "\n\t<script type=\"text/javascript\">"
            "\n\t$(document).ready(function() {"
-           "\n\tvar chart" + identifierUtf8(idx) + " = new Highcharts.Chart({"
+           "\n\tvar chart" + ScriptText::identifierPart(idx) + " = new Highcharts.Chart({"
            "\n\t  chart: {"
-           "\n\t    renderTo: 'container" + quotedUtf8(idx) + "',"
+           "\n\t    renderTo: 'container" + ScriptText::quoted(idx) + "',"
            "\n\t    margin: [80, 70, 100, 70],"
            "\n\t    zoomType: 'xy'"
            "\n\t  },"
@@ -229,7 +233,7 @@ std::string modalityTooltipBody(const ModalityPass& pass, bool binaryTarget) {
            "\n\t          + 'Count= '+ (Number(nOcc))" + share +
            "\n\t          + 'Target= '+ (Number(nTarget))+'<br/>'"
            "\n\t          + 'Proba.Target= '+ (Number(target))+ '%<br/>' "
-           "\n\t          + 'Mean Target= '+ " + NumberFormat::jsFixed(pass.overall(), 3, 5).toStdString() +
+           "\n\t          + 'Mean Target= '+ " + NumberFormat::jsFixed(pass.overall(), 3, 5) +
            "+ '%'"
            "\n\t          ;";
 }

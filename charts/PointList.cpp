@@ -10,21 +10,6 @@
 
 namespace {
 
-// Bytes that a decode really produced. A truncated decode stops at the first "=" or at the
-// end of the text, and the decoder does not say how far it got; every 4 significant
-// characters before that point gave 3 bytes.
-int64_t validByteCount(std::string_view text, int64_t length, XmlError error) {
-    if (error == XmlError::None)
-        return length;
-    int64_t characters = 0;
-    for (size_t i = 0; i < text.size() && text[i] != '='; ++i) {
-        const char c = text[i];
-        if (c != ' ' && c != '\t' && c != '\n' && c != '\r')
-            ++characters;
-    }
-    return std::min(length, characters * 6 / 8);
-}
-
 // One array of little-endian doubles. Regular base64 text is read in place, point by point;
 // other text is decoded whole, as the decoder alone knows how far such text goes.
 struct DoubleArray {
@@ -48,7 +33,7 @@ struct DoubleArray {
             return;
         bytes = decoded;
         length = decodedLength;
-        validBytes = validByteCount(text, length, error);
+        validBytes = decoder.written();
     }
     ~DoubleArray() { decoder.freeBuffer(); }
     DoubleArray(const DoubleArray&) = delete;

@@ -5,10 +5,7 @@
 #include "charts/ChartSeries.h"
 #include "charts/PointList.h"
 #include "html/NumberFormat.h"
-#include "html/XmlText.h"
 #include "report/ReportGenerator.h"
-
-#include <QRegularExpression>
 
 #include <span>
 
@@ -44,8 +41,8 @@ struct XRange {
 };
 
 std::string zeroLine(XRange range) {
-    return "[" + NumberFormat::jsG(range.min, 6).toStdString() + ",0],[" +
-           NumberFormat::jsG(range.max, 6).toStdString() + ",0]";
+    return "[" + NumberFormat::jsG(range.min, 6) + ",0],[" +
+           NumberFormat::jsG(range.max, 6) + ",0]";
 }
 
 std::vector<std::string> predictionSeries(const XmlNode& curves, XRange range,
@@ -65,29 +62,61 @@ std::vector<std::string> predictionSeries(const XmlNode& curves, XRange range,
     return texts;
 }
 
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
 // The bounds go into the script bare, so only a decimal number may pass: anything else
-// (a word, an expression, "</script>") would break or hijack the script.
-bool isPlainNumber(const QString& text) {
-    static const QRegularExpression number(
-        QStringLiteral("^[ \\t]*[+-]?(0|[1-9][0-9]*)?(\\.[0-9]*)?([eE][+-]?[0-9]+)?[ \\t]*$"));
-    static const QRegularExpression digit(QStringLiteral("[0-9]"));
-    const QRegularExpressionMatch match = number.match(text);
-    return match.hasMatch() && (match.captured(1) + match.captured(2)).contains(digit);
+// (a word, an expression, "</script>") would break or hijack the script. The form: blanks,
+// a sign, "0" or digits not starting with 0, a point and digits, an exponent, blanks, and at
+// most one line feed at the very end; at least one digit before the exponent.
+bool isPlainNumber(std::string_view text) {
+    size_t i = 0;
+    const auto at = [&](size_t k) { return k < text.size() ? text[k] : '\0'; };
+    const auto skipBlanks = [&] {
+        while (at(i) == ' ' || at(i) == '\t')
+            ++i;
+    };
+    skipBlanks();
+    if (at(i) == '+' || at(i) == '-')
+        ++i;
+    size_t digits = 0;
+    if (at(i) == '0') {
+        ++i, ++digits;
+    } else {
+        for (; isDigit(at(i)); ++i)
+            ++digits;
+    }
+    if (at(i) == '.')
+        for (++i; isDigit(at(i)); ++i)
+            ++digits;
+    if (at(i) == 'e' || at(i) == 'E') {
+        size_t k = i + 1;
+        if (at(k) == '+' || at(k) == '-')
+            ++k;
+        if (!isDigit(at(k)))
+            return false;
+        while (isDigit(at(k)))
+            ++k;
+        i = k;
+    }
+    skipBlanks();
+    if (i + 1 == text.size() && text[i] == '\n')
+        ++i;
+    return digits > 0 && i == text.size();
 }
 
 std::string yRange(const XmlNode& ranges) {
-    const QString low = xmlText(ranges.attribute("ymin"));
-    const QString high = xmlText(ranges.attribute("ymax"));
+    const std::string_view low = ranges.attribute("ymin");
+    const std::string_view high = ranges.attribute("ymax");
     if (!isPlainNumber(low) || !isPlainNumber(high))
         return {};
-    return "\n\t      min: " + low.toStdString() + ",max: " + high.toStdString() + ",";
+    return "\n\t      min: " + std::string(low) + ",max: " + std::string(high) + ",";
 }
 
 std::string xRange(XRange range) {
     // Drawn 5 % inside the given range at each end.
     const double margin = (range.max - range.min) * 0.05;
-    return "\n\t      min: " + NumberFormat::jsG(range.min + margin, 16).toStdString() +
-           ",max: " + NumberFormat::jsG(range.max - margin, 16).toStdString() + ",";
+    return "\n\t      min: " + NumberFormat::jsG(range.min + margin, 16) +
+           ",max: " + NumberFormat::jsG(range.max - margin, 16) + ",";
 }
 
 std::string predictionAxes(bool delivered, const XmlNode& ranges, XRange range) {
@@ -156,9 +185,8 @@ constexpr const char* errorTooltip =
 
 }  // namespace
 
-void ReportGenerator::writePredictionChart(XmlNode curves, const QString& kind,
-                                           const QString& title) {
-    const bool delivered = kind == "delivered";
+void ReportGenerator::writePredictionChart(XmlNode curves, const char* kind, const char* title) {
+    const bool delivered = std::string_view(kind) == "delivered";
     const XmlNode ranges = curves.childNamed("ranges");
     const XRange range{parseDoubleOr(ranges.attribute("xmin"), 0.0),
                        parseDoubleOr(ranges.attribute("xmax"), 100.0)};

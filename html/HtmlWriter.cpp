@@ -311,8 +311,9 @@ void HtmlWriter::writeContainerDiv(const QString& id, int count) {
 void HtmlWriter::writeAnnotationAttributes(const QString& annotation, const QString& text) {
     // The arguments sit in single-quoted script strings inside a double-quoted attribute:
     // escape them for the script first, then for the attribute.
-    *this << " onmouseover=\"annotationShow(this,'" << escapeHtml(ScriptText::quoted(annotation))
-          << "','" << escapeHtml(ScriptText::quoted(text))
+    *this << " onmouseover=\"annotationShow(this,'"
+          << escapeHtml(QString::fromStdString(ScriptText::quoted(annotation.toStdString()))) << "','"
+          << escapeHtml(QString::fromStdString(ScriptText::quoted(text.toStdString())))
           << "')\" onmouseout=\"annotationHide(this)\" ";
 }
 

@@ -119,34 +119,34 @@ void appendJsFixed(std::string& out, double value, int decimals, int width) {
         out += "null";
 }
 
-QString g(double value, int precision) {
+std::string g(double value, int precision) {
     std::string out;
     appendG(out, value, precision);
-    return QString::fromLatin1(out.data(), static_cast<qsizetype>(out.size()));
+    return out;
 }
 
-QString fixed(double value, int decimals, int width) {
+std::string fixed(double value, int decimals, int width) {
     std::string out;
     appendFixed(out, value, decimals, width);
-    return QString::fromLatin1(out.data(), static_cast<qsizetype>(out.size()));
+    return out;
 }
 
-QString integer(long long value, int width) {
+std::string integer(long long value, int width) {
     char buffer[32];
     const int length = std::snprintf(buffer, sizeof buffer, "%*lld", width, value);
-    return QString::fromLatin1(buffer, length);
+    return std::string(buffer, static_cast<size_t>(length));
 }
 
-QString jsG(double value, int precision) {
+std::string jsG(double value, int precision) {
     std::string out;
     appendJsG(out, value, precision);
-    return QString::fromLatin1(out.data(), static_cast<qsizetype>(out.size()));
+    return out;
 }
 
-QString jsFixed(double value, int decimals, int width) {
+std::string jsFixed(double value, int decimals, int width) {
     std::string out;
     appendJsFixed(out, value, decimals, width);
-    return QString::fromLatin1(out.data(), static_cast<qsizetype>(out.size()));
+    return out;
 }
 
 }  // namespace NumberFormat

@@ -5,6 +5,7 @@
 
 #include <string_view>
 
-// An absent (null) view becomes the null QString, an empty one the empty QString. Every UTF-16
-// unit of the document comes back as it was, a lone surrogate included.
-QString xmlText(std::string_view text);
+// An absent (null) view becomes the null QString, an empty one the empty QString.
+inline QString xmlText(std::string_view text) {
+    return text.data() != nullptr ? QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())) : QString();
+}

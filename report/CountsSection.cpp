@@ -9,8 +9,8 @@ namespace {
 
 const char kSpacerRow[] = "\n  <tr><td colspan=\"7\"></td></tr>";
 
-QString textOf(const XmlNode& stats, const char* attribute) {
-    return HtmlWriter::inertMarkup(xmlText(stats.attribute(attribute)));
+std::string textOf(const XmlNode& stats, const char* attribute) {
+    return HtmlWriter::inertMarkup(xmlText(stats.attribute(attribute))).toStdString();
 }
 
 int32_t integerOf(const XmlNode& stats, const char* attribute) {
@@ -18,7 +18,7 @@ int32_t integerOf(const XmlNode& stats, const char* attribute) {
 }
 
 // Shares are written at least five wide, so that 5% lines up under 30%.
-QString share(double percent, int decimals) { return NumberFormat::fixed(percent, decimals, 5); }
+std::string share(double percent, int decimals) { return NumberFormat::fixed(percent, decimals, 5); }
 
 // part ÷ whole × 100, in that order.
 double percent(int32_t part, int32_t whole) { return static_cast<double>(part) / whole * 100.0; }
@@ -33,7 +33,7 @@ void writeTitleRow(HtmlWriter& page, const char* title) {
             "\n  </tr>";
 }
 
-void writeCountRow(HtmlWriter& page, const char* label, const QString& value) {
+void writeCountRow(HtmlWriter& page, const char* label, const std::string& value) {
     page << "\n  <tr>"
             "\n    <td width=\"12\">&nbsp;</td>"
             "\n    <td width=\"261\" align=\"left\">" << label << "</td>"
@@ -41,7 +41,7 @@ void writeCountRow(HtmlWriter& page, const char* label, const QString& value) {
             "\n  </tr>";
 }
 
-void writeSamplingRow(HtmlWriter& page, int32_t sampled, int32_t inTest, const QString& testShare) {
+void writeSamplingRow(HtmlWriter& page, int32_t sampled, int32_t inTest, const std::string& testShare) {
     page << "\n  <tr>"
             "\n    <td width=\"12\">&nbsp;</td>"
             "\n    <td width=\"261\" align=\"left\">After sampling</td>"
@@ -53,7 +53,7 @@ void writeSamplingRow(HtmlWriter& page, int32_t sampled, int32_t inTest, const Q
             "\n  </tr>";
 }
 
-void writeCreationRow(HtmlWriter& page, int32_t inCreation, const QString& creationShare) {
+void writeCreationRow(HtmlWriter& page, int32_t inCreation, const std::string& creationShare) {
     page << "\n  <tr>"
             "\n    <td width=\"12\">&nbsp;</td>"
             "\n    <td>&nbsp;</td>"
@@ -126,7 +126,7 @@ void writeVariablesBlock(HtmlWriter& page, const XmlNode& stats) {
 void writeMinimumSizeRow(HtmlWriter& page, const char* label, const char* openCell,
                          int32_t size, int32_t sampled) {
     const int32_t hundredfold = wrapped(int64_t{size} * 100);
-    const QString sizeShare = share(static_cast<double>(hundredfold) / sampled, 3);
+    const std::string sizeShare = share(static_cast<double>(hundredfold) / sampled, 3);
     page << "\n  <tr>"
             "\n    <td width=\"12\">&nbsp;</td>"
             "\n    <td width=\"261\" align=\"left\">" << label << "</td>"

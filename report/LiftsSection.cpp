@@ -3,10 +3,10 @@
 #include "report/ReportGenerator.h"
 
 void ReportGenerator::writeModelCharts() {
-    const QString delivered = QStringLiteral("delivered");
-    const QString selectedPruned = QStringLiteral("selectedPruned");
-    const QString finalModel = QStringLiteral("Final Model");
-    const QString prunedModel = QStringLiteral("Pruned Model on Test Set");
+    const char* delivered = "delivered";
+    const char* selectedPruned = "selectedPruned";
+    const char* finalModel = "Final Model";
+    const char* prunedModel = "Pruned Model on Test Set";
     if (isBinaryTarget) {
         writeLiftChart(chartRoot, delivered, finalModel);
         writeLiftChart(chartRoot, selectedPruned, prunedModel);

@@ -1,6 +1,7 @@
 #include "report/ReportGenerator.h"
 
 #include "html/NumberFormat.h"
+#include "html/PageText.h"
 #include "html/XmlText.h"
 #include "report/ChildWalk.h"
 
@@ -92,6 +93,12 @@ double largestMagnitude(const XmlNode& list, int32_t count, const char* attribut
 
 QString nameOf(const XmlNode& node) { return xmlText(node.attribute("name")); }
 
+std::string escaped(std::string_view text) {
+    std::string out;
+    PageText::appendText(out, text);
+    return out;
+}
+
 void writeRankAndNameCells(ReportGenerator& page, int rank, const XmlNode& variable) {
     page << "\n  <tr>"
             "\n    <td width=\"8\" class=\"thinline\">" << rank << "</td>"
@@ -103,8 +110,8 @@ void writeRankAndNameCells(ReportGenerator& page, int rank, const XmlNode& varia
 // The closing cells of both tables. No "</tr>" follows: the next "<tr>" or the table's end
 // closes the row.
 void writeModalitySummaryCells(ReportGenerator& page, const XmlNode& variable,
-                               const QString& lowest, const QString& highest,
-                               const QString& best) {
+                               const std::string& lowest, const std::string& highest,
+                               const std::string& best) {
     page << "\n    <td class=\"blBorderLeft\" >" << lowest << "</td>"
             "\n    <td class=\"thinline\">";
     page.writeLineSparkline(variable, page.isBinaryTarget);
@@ -142,7 +149,7 @@ void ReportGenerator::writeRankingTable() {
     writeH2(QStringLiteral("Discriminative Variables ranking"));
     *this << kRankingHeader;
     // Only this text outlives its row: a row without a usable modality repeats the previous one.
-    QString best = QStringLiteral(" ");
+    std::string best = " ";
     for (int32_t i = 0; i < count; ++i) {
         const XmlNode variable = shortList.childAt(i);
         const XmlNode details = longList.childAt(i);
@@ -153,10 +160,9 @@ void ReportGenerator::writeRankingTable() {
         writeValueCells(variable, "weightNormalized", maxWeight, 2, -kLargest);
         const ModalityExtremes extremes = modalityExtremes(details);
         if (!extremes.best.isEmpty())
-            best = escapeHtml(nameOf(extremes.best));
+            best = escaped(extremes.best.attribute("name"));
         // The cut counts the escaped text, so an entity may be split.
-        if (best.size() > 33)
-            best = best.left(30) + QStringLiteral("...");
+        best = PageText::cutToUnits(best, 33, 30);
         writeModalitySummaryCells(*this, details, NumberFormat::fixed(extremes.lowestNonZero, 2),
                                   NumberFormat::fixed(extremes.highest, 2), best);
     }
@@ -178,13 +184,13 @@ void ReportGenerator::writeSignaleticTable() {
         const ModalityExtremes extremes = modalityExtremes(variable);
         // Without a usable modality the row shows what the link showed: the escaped variable
         // name, which the escaping below then applies to once more.
-        QString best = extremes.best.isEmpty() ? escapeHtml(nameOf(variable))
-                                               : nameOf(extremes.best);
+        std::string best = extremes.best.isEmpty() ? escaped(variable.attribute("name"))
+                                                   : std::string(extremes.best.attribute("name"));
         // Unlike the ranking table, the cut is decided on the text before escaping.
-        const qsizetype length = best.size();
-        best = escapeHtml(best);
+        const size_t length = PageText::units(best);
+        best = escaped(best);
         if (length > 25)
-            best = best.left(23) + QStringLiteral("..");
+            best = PageText::firstUnits(best, 23) + "..";
         writeModalitySummaryCells(*this, variable, NumberFormat::g(extremes.lowest),
                                   NumberFormat::g(extremes.highest), best);
     }

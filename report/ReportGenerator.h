@@ -55,8 +55,8 @@ public:
 
     // Chart scripts (charts/ModalityChart.cpp, charts/LiftChart.cpp, charts/PredictionChart.cpp).
     void writeModalityChart(XmlNode variable, bool binaryTarget);
-    void writeLiftChart(XmlNode chartRoot, const QString& kind, const QString& title);
-    void writePredictionChart(XmlNode curves, const QString& kind, const QString& title);
+    void writeLiftChart(XmlNode chartRoot, const char* kind, const char* title);
+    void writePredictionChart(XmlNode curves, const char* kind, const char* title);
     // buildPointList, remembered for the generator's lifetime: the two lift charts show some
     // curves alike, and a curve may hold millions of points.
     const std::string& pointList(const XmlNode& parent, const char* curveName, bool coarse,

@@ -205,7 +205,7 @@ void ReportGenerator::writeHighestUnivariateQuality() {
     // The small margin keeps the highest AUC itself one pixel short of a full bar.
     const double scale = highest + 0.0000001;
     writeH2(QStringLiteral("Highest Univariate Quality of variables (") +
-            NumberFormat::integer(kQualityListLength) + QStringLiteral(" first only)"));
+            QString::fromStdString(NumberFormat::integer(kQualityListLength)) + QStringLiteral(" first only)"));
     *this << "\n<span style=\"line-height:24px;\">";
     // The limit counts positions among all children, the skipped negative AUCs included.
     int32_t cursor = 0;

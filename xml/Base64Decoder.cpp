@@ -87,13 +87,21 @@ int32_t Base64Decoder::decodedLength(std::string_view text, XmlError* error) noe
 }
 
 Base64Status Base64Decoder::decodeInto(std::string_view text, unsigned char* destination, int32_t length,
-                                       XmlError* error) noexcept {
+                                       XmlError* error, int32_t* written) noexcept {
+    int32_t count = 0;
+    const Base64Status status = decodeQuanta(text, destination, length, error, count);
+    if (written != nullptr)
+        *written = count;
+    return status;
+}
+
+Base64Status Base64Decoder::decodeQuanta(std::string_view text, unsigned char* destination, int32_t length,
+                                         XmlError* error, int32_t& written) noexcept {
     if (text.data() == nullptr)
         return Base64Failed;
     setError(error, XmlError::None);
     const char* p = text.data();
     const char* end = p + text.size();
-    int32_t written = 0;
     Base64Status status = Base64Failed;
     for (;;) {
         const uint8_t first = nextSignificant(p, end);
@@ -142,6 +150,7 @@ Base64Status Base64Decoder::decodeInto(std::string_view text, unsigned char* des
 const unsigned char* Base64Decoder::decode(std::string_view text, int32_t* length, XmlError* error) {
     static const unsigned char emptyBytes[1] = {0};
     setError(error, XmlError::None);
+    written_ = 0;
     if (text.data() == nullptr) {
         if (length != nullptr)
             *length = 0;
@@ -160,7 +169,7 @@ const unsigned char* Base64Decoder::decode(std::string_view text, int32_t* lengt
         buffer_ = static_cast<unsigned char*>(grown);
         capacity_ = needed + 1;
     }
-    return decodeInto(text, buffer_, needed, error) == Base64Failed ? nullptr : buffer_;
+    return decodeInto(text, buffer_, needed, error, &written_) == Base64Failed ? nullptr : buffer_;
 }
 
 void Base64Decoder::freeBuffer() noexcept {

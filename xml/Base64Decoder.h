@@ -24,9 +24,10 @@ public:
     // Bytes the text decodes to, computed from its significant characters and trailing padding;
     // 0 for null text (error untouched), on error, or for empty text. error may be null.
     static int32_t decodedLength(std::string_view text, XmlError* error) noexcept;
-    // Decodes text into destination, which has room for length bytes. error may be null.
+    // Decodes text into destination, which has room for length bytes; *written, when given,
+    // receives the bytes it wrote (fewer than length when the data ends early). error may be null.
     static Base64Status decodeInto(std::string_view text, unsigned char* destination, int32_t length,
-                                   XmlError* error) noexcept;
+                                   XmlError* error, int32_t* written = nullptr) noexcept;
     // The decoded bytes in this decoder's buffer (valid until the next decode or freeBuffer), a
     // static empty string for null text, null on failure or when nothing decodes. *length
     // receives decodedLength. length and error may be null.
@@ -36,8 +37,14 @@ public:
 
     // Size of the buffer in bytes; 0 without one.
     int32_t capacity() const noexcept { return capacity_; }
+    // Bytes the last decode really wrote: its length, or fewer for data that ended early.
+    int32_t written() const noexcept { return written_; }
 
 private:
+    static Base64Status decodeQuanta(std::string_view text, unsigned char* destination, int32_t length,
+                                     XmlError* error, int32_t& written) noexcept;
+
     unsigned char* buffer_ = nullptr;
     int32_t capacity_ = 0;
+    int32_t written_ = 0;
 };

@@ -107,6 +107,8 @@ Detection detect(const unsigned char* bytes, size_t count) noexcept {
 }
 
 char* appendUtf8(char* out, uint32_t c) noexcept {
+    if (c >= 0xD800 && c < 0xE000)
+        c = 0xFFFD;
     if (c < 0x80) {
         *out++ = static_cast<char>(c);
     } else if (c < 0x800) {

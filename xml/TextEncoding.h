@@ -36,11 +36,11 @@ Detection detect(const unsigned char* bytes, size_t count) noexcept;
 std::unique_ptr<char[]> windows1252ToUtf8(const unsigned char* bytes, size_t count, size_t* length);
 // UTF-8: each maximal invalid subpart becomes one U+FFFD.
 std::unique_ptr<char[]> repairUtf8(const unsigned char* bytes, size_t count, size_t* length);
-// UTF-16: always converted. A lone surrogate keeps its own three-byte form, so that every
-// UTF-16 unit of the file is still there to be counted and written.
+// UTF-16: always converted. A lone surrogate becomes U+FFFD, one unit as it was, as the page's
+// encoder has always written it.
 std::unique_ptr<char[]> utf16ToUtf8(const char16_t* units, size_t count, size_t* length);
 
-// Appends the UTF-8 of one UTF-16 unit or code point below U+110000, surrogates included.
+// Appends the UTF-8 of one code point below U+110000; a surrogate as U+FFFD.
 char* appendUtf8(char* out, uint32_t codePoint) noexcept;
 // Number of UTF-16 units the UTF-8 bytes stand for.
 size_t utf16Length(const char* text, size_t count) noexcept;

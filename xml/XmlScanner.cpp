@@ -134,25 +134,43 @@ const char* findReference(const char* p, const char* end) {
 
 // Writes the decoded bytes of [p, end), which passed the check, to out. Null when a character
 // reference holds a byte that is no digit, else the end of what was written; a reference to
-// U+0000 ends the text. A unit's UTF-8 is never longer than its reference.
+// U+0000 ends the text. References are UTF-16 units: two that make a surrogate pair are one
+// character, and a lone surrogate is U+FFFD. No character's UTF-8 is longer than its references.
 char* decodeReferences(const char* p, const char* end, char* out) {
+    uint32_t high = 0;  // a high surrogate waiting for its low half in the next reference
     while (p != end && *p != 0) {
-        if (*p != '&') {
-            *out++ = *p++;
-        } else if (isCharacterReference(p, end)) {
+        if (*p == '&' && isCharacterReference(p, end)) {
             uint32_t unit = 0;
             p = decodeCharacterReference(p, &unit);
             if (p == nullptr)
                 return nullptr;
+            if (high != 0 && unit >= 0xDC00 && unit < 0xE000) {
+                out = TextEncoding::appendUtf8(out, 0x10000 + ((high - 0xD800) << 10) + (unit - 0xDC00));
+                high = 0;
+                continue;
+            }
+            if (high != 0)
+                out = TextEncoding::appendUtf8(out, 0xFFFD);
+            high = unit >= 0xD800 && unit < 0xDC00 ? unit : 0;
             if (unit == 0)
                 return out;
-            out = TextEncoding::appendUtf8(out, unit);
+            if (high == 0)
+                out = TextEncoding::appendUtf8(out, unit);
+            continue;
+        }
+        if (high != 0)
+            out = TextEncoding::appendUtf8(out, 0xFFFD);
+        high = 0;
+        if (*p != '&') {
+            *out++ = *p++;
         } else {
             const EntityRow* row = findEntity(p, end);
             *out++ = row->unit;
             p += row->length;
         }
     }
+    if (high != 0)
+        out = TextEncoding::appendUtf8(out, 0xFFFD);
     return out;
 }
 

@@ -54,11 +54,11 @@ QString render(const XmlNode& chartRoot, const std::function<void(ReportGenerato
     return out;
 }
 
-QString renderLift(const XmlNode& chartRoot, const QString& kind) {
+QString renderLift(const XmlNode& chartRoot, const char* kind) {
     return render(chartRoot, [&](ReportGenerator& g) { g.writeLiftChart(chartRoot, kind, kind); });
 }
 
-QString renderPrediction(const XmlNode& curves, const QString& kind) {
+QString renderPrediction(const XmlNode& curves, const char* kind) {
     return render(XmlNode(), [&](ReportGenerator& g) { g.writePredictionChart(curves, kind, kind); });
 }
 

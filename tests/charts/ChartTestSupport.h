@@ -30,8 +30,8 @@ XmlNode parse(const QString& text, std::string_view rootTag = "ORB_Charts");
 
 // What the writer calls produce, the generator holding the given chart root.
 QString render(const XmlNode& chartRoot, const std::function<void(ReportGenerator&)>& write);
-QString renderLift(const XmlNode& chartRoot, const QString& kind);
-QString renderPrediction(const XmlNode& curves, const QString& kind);
+QString renderLift(const XmlNode& chartRoot, const char* kind);
+QString renderPrediction(const XmlNode& curves, const char* kind);
 QString renderModality(const XmlNode& variable, bool binaryTarget);
 // The text after the first `from` up to the next `to`.
 QString between(const QString& text, const QString& from, const QString& to);

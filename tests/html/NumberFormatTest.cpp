@@ -55,7 +55,7 @@ TEST_F(NumberFormatTest, GMatchesPrintfForEveryPrecision) {
     for (int precision = 0; precision <= 17; ++precision) {
         const std::string format = "%." + std::to_string(precision) + "g";
         for (double value : values)
-            ASSERT_EQ(NumberFormat::g(value, precision).toStdString(),
+            ASSERT_EQ(NumberFormat::g(value, precision),
                       printfString(format.c_str(), value))
                 << format << " of " << printfString("%.17g", value);
     }
@@ -68,7 +68,7 @@ TEST_F(NumberFormatTest, FixedMatchesPrintfForDecimalsAndWidths) {
             for (double value : values) {
                 if (std::fabs(value) > 1e30)
                     continue;  // hundreds of digits add nothing here
-                ASSERT_EQ(NumberFormat::fixed(value, decimals, width).toStdString(),
+                ASSERT_EQ(NumberFormat::fixed(value, decimals, width),
                           printfString(format.c_str(), value))
                     << format << " of " << printfString("%.17g", value);
             }
@@ -94,7 +94,7 @@ TEST_F(NumberFormatTest, FewDecimalsMatchPrintfAtTiesAndRangeEdges) {
     for (int decimals = 0; decimals <= 3; ++decimals) {
         const std::string format = "%9." + std::to_string(decimals) + "f";
         for (double value : tricky)
-            ASSERT_EQ(NumberFormat::fixed(value, decimals, 9).toStdString(), printfString(format.c_str(), value))
+            ASSERT_EQ(NumberFormat::fixed(value, decimals, 9), printfString(format.c_str(), value))
                 << format << " of " << printfString("%.17g", value);
     }
 }
@@ -105,18 +105,18 @@ TEST(NumberFormatEdgeTest, IntegerMatchesPrintf) {
         for (int width : {0, 3, 10}) {
             char buffer[64];
             std::snprintf(buffer, sizeof buffer, "%*lld", width, value);
-            EXPECT_EQ(NumberFormat::integer(value, width).toStdString(), buffer);
+            EXPECT_EQ(NumberFormat::integer(value, width), buffer);
         }
 }
 
 struct Literal {
-    QString actual;
+    std::string actual;
     const char* expected;
 };
 
 class NumberFormatLiteralTest : public testing::TestWithParam<Literal> {};
 
-TEST_P(NumberFormatLiteralTest, Spelling) { EXPECT_EQ(GetParam().actual.toStdString(), GetParam().expected); }
+TEST_P(NumberFormatLiteralTest, Spelling) { EXPECT_EQ(GetParam().actual, GetParam().expected); }
 
 constexpr double inf = std::numeric_limits<double>::infinity();
 const double nan = std::numeric_limits<double>::quiet_NaN();
@@ -166,8 +166,8 @@ TEST(NumberFormatEdgeTest, IgnoresTheProcessNumericLocale) {
     // A comma-decimal locale, when the system has one, must not leak into the page.
     if (!std::setlocale(LC_NUMERIC, "de_DE.UTF-8") && !std::setlocale(LC_NUMERIC, "fr_FR.UTF-8"))
         GTEST_SKIP() << "no comma-decimal locale installed";
-    const std::string g = NumberFormat::g(0.5).toStdString();
-    const std::string fixed = NumberFormat::fixed(1234.5, 1).toStdString();
+    const std::string g = NumberFormat::g(0.5);
+    const std::string fixed = NumberFormat::fixed(1234.5, 1);
     std::setlocale(LC_NUMERIC, "C");
     EXPECT_EQ(g, "0.5");
     EXPECT_EQ(fixed, "1234.5");

@@ -92,7 +92,7 @@ TEST_P(ModalityIndexTest, Percent) {
     const XmlNode modality = root.childAt(0).childAt(0);
     const double index =
         ReportGenerator::modalityIndex(modality, GetParam().nLine, GetParam().sumTargetTotal);
-    EXPECT_EQ(NumberFormat::g(index, 17).toStdString(), GetParam().expected);
+    EXPECT_EQ(NumberFormat::g(index, 17), GetParam().expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(Sparklines, ModalityIndexTest, testing::Values(

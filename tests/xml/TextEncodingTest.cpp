@@ -115,11 +115,11 @@ TEST(TextEncodingTest, Utf8ReplacesEachMaximalInvalidSubpart) {
     }
 }
 
-TEST(TextEncodingTest, Utf16KeepsEveryUnitAndStopsAtZero) {
+TEST(TextEncodingTest, Utf16ReplacesLoneSurrogatesUnitForUnitAndStopsAtZero) {
     const char16_t units[] = {u'a', 0xD83D, 0xDE00, 0xD800, u'b', 0xDC00, 0, u'c'};
     size_t length = 0;
     const auto made = TextEncoding::utf16ToUtf8(units, std::size(units), &length);
-    EXPECT_EQ(std::string(made.get(), length), "a\xF0\x9F\x98\x80\xED\xA0\x80" "b\xED\xB0\x80");
+    EXPECT_EQ(std::string(made.get(), length), "a\xF0\x9F\x98\x80\xEF\xBF\xBD" "b\xEF\xBF\xBD");
     EXPECT_EQ(TextEncoding::utf16Length(made.get(), length), 6u);
 }
 

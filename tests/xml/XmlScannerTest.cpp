@@ -164,7 +164,8 @@ TEST(XmlScannerTest, DecodesPredefinedEntitiesAndCharacterReferences) {
         {"&AMP;&Lt;&Quot;", "&<\""},
         {"&#65;&#x42;&#X43;", "ABC"},
         {"&#x20AC;", "\u20AC"},
-        {"&#xd83d;&#xde00;", "\xED\xA0\xBD\xED\xB8\x80"},  // units keep their own form
+        {"&#xd83d;&#xde00;", "\U0001F600"},
+        {"&#xd83d;x&#xde00;&#xd800;", "\uFFFDx\uFFFD\uFFFD"},  // lone surrogates
         {"&#x1F600;", "\uF600"},     // only the low 16 bits are kept
         {"&#65601;", "A"},           // 65601 = 0x10041
         {"&#x10000000041;", "A"},    // wraps silently, still the low bits
