@@ -1,6 +1,7 @@
 #include "html/HtmlWriter.h"
 
 #include "html/NumberFormat.h"
+#include "html/PageText.h"
 #include "html/ScriptText.h"
 #include "html/XmlText.h"
 #include "xml/XmlNumbers.h"
@@ -150,32 +151,10 @@ HtmlWriter& HtmlWriter::operator<<(int value) {
     return *this;
 }
 
-namespace {
-
-// The one list of characters that page text escapes, shared by the QString and UTF-8 paths.
-const char* entityFor(char16_t c) {
-    switch (c) {
-    case u'&': return "&amp;";
-    case u'<': return "&lt;";
-    case u'>': return "&gt;";
-    case u'"': return "&quot;";
-    case u'\'': return "&apos;";
-    default: return nullptr;
-    }
-}
-
-}  // namespace
-
 QString HtmlWriter::escapeHtml(const QString& text) {
-    QString out;
-    out.reserve(text.size());
-    for (QChar c : text) {
-        if (const char* entity = entityFor(c.unicode()))
-            out += QLatin1StringView(entity);
-        else
-            out += c;
-    }
-    return out;
+    std::string out;
+    PageText::appendText(out, text.toStdString());
+    return QString::fromStdString(out);
 }
 
 namespace {
@@ -240,23 +219,6 @@ QString HtmlWriter::attributeValue(const QString& text) {
             out += c;
     }
     return out;
-}
-
-void HtmlWriter::appendEscapedAscii(std::string& out, const char* text, size_t length) {
-    for (size_t i = 0; i < length; ++i) {
-        if (const char* entity = entityFor(static_cast<char16_t>(text[i])))
-            out += entity;
-        else
-            out += text[i];
-    }
-}
-
-bool HtmlWriter::isAscii(std::string_view text, size_t* length) {
-    bool ascii = true;
-    for (const char c : text)
-        ascii = ascii && static_cast<unsigned char>(c) < 0x80;
-    *length = text.size();
-    return ascii;
 }
 
 void HtmlWriter::writeH2(const QString& text, const QString& style) {

@@ -53,10 +53,6 @@ public:
     static QString inertMarkup(const QString& text);
     // Document text inside a double-quoted attribute value: & and " become entities.
     static QString attributeValue(const QString& text);
-    // escapeHtml for the first length bytes of text, all of them ASCII, appended as UTF-8.
-    static void appendEscapedAscii(std::string& out, const char* text, size_t length);
-    // True when text is null or holds only ASCII; *length receives its length.
-    static bool isAscii(std::string_view text, size_t* length);
 
     // The resources that a self-contained page carries instead of loading them from its side
     // folder: the combined script, the canvas emulation script, the logo as a data: URI.

@@ -1,10 +1,9 @@
 #include "report/ReportGenerator.h"
 
 #include "html/NumberFormat.h"
+#include "html/PageText.h"
 #include "html/XmlText.h"
 #include "report/ChildWalk.h"
-
-#include <QLatin1StringView>
 
 #include <algorithm>
 #include <charconv>
@@ -16,10 +15,10 @@ namespace {
 constexpr int32_t kQualityListLength = 100;
 constexpr int32_t kModalityListLimit = 2000;
 // Visible width of the name column; the number columns start after it.
-constexpr qsizetype kNameWidth = 52;
+constexpr size_t kNameWidth = 52;
 // Longer names are cut to kNameKept characters and "...".
-constexpr qsizetype kNameLimit = 103;
-constexpr qsizetype kNameKept = 100;
+constexpr size_t kNameLimit = 103;
+constexpr size_t kNameKept = 100;
 
 void appendInteger(std::string& out, int32_t value, int width) {
     // printf's "%*d", without its format parsing.
@@ -37,64 +36,33 @@ public:
     ModalityRowComposer(bool binaryTarget, int nLine, double sumTargetTotal)
         : binaryTarget_(binaryTarget), nLine_(nLine), sumTargetTotal_(sumTargetTotal) {}
 
-    // Writes the whole row: span start, name column, number columns, span end. A name of ASCII
-    // alone, the usual case, is composed as UTF-8 at once; any other goes through QString.
-    void write(HtmlWriter& page, const XmlNode& modality, const QString& styleClass) {
+    // Writes the whole row: span start, name column, number columns, span end.
+    void write(HtmlWriter& page, const XmlNode& modality, const char* styleClass) {
         numbers_.clear();
         appendNumbers(modality);
         const std::string_view name = modality.attribute("name");
-        size_t length = 0;
-        if (!HtmlWriter::isAscii(name, &length)) {
-            page << compose(xmlText(name), styleClass);
-            return;
-        }
-        bytes_.clear();
-        bytes_ += "<span class=\"";
-        for (QChar c : styleClass)
-            bytes_ += static_cast<char>(c.unicode());
-        bytes_ += "\">\n   ";
-        const auto nameLength = static_cast<qsizetype>(length);
-        const bool cut = nameLength > kNameLimit;
-        HtmlWriter::appendEscapedAscii(bytes_, name.data(), cut ? kNameKept : length);
-        if (cut)
-            bytes_ += "...";
-        const qsizetype shown = cut ? kNameKept + 3 : nameLength;
-        if (shown < kNameWidth)
-            bytes_.append(static_cast<size_t>(kNameWidth - shown), ' ');
-        if (nameLength > kNameWidth) {
-            bytes_ += '\n';
-            bytes_.append(static_cast<size_t>(3 + kNameWidth), ' ');
-        }
-        bytes_ += numbers_;
-        bytes_ += "</span>";
-        page << bytes_;
-    }
-
-private:
-    const QString& compose(const QString& name, const QString& styleClass) {
-        row_.resize(0);
+        // Widths count UTF-16 units, as the reader's columns did.
+        const size_t nameUnits = PageText::units(name);
+        row_.clear();
         row_ += "<span class=\"";
         row_ += styleClass;
         row_ += "\">\n   ";
-        appendName(name);
-        row_ += QLatin1StringView(numbers_.data(), static_cast<qsizetype>(numbers_.size()));
-        row_ += "</span>";
-        return row_;
-    }
-
-    void appendName(const QString& name) {
-        const QString shown = name.size() > kNameLimit ? name.left(kNameKept) + QStringLiteral("...") : name;
-        row_ += HtmlWriter::escapeHtml(shown);
+        const size_t shown = nameUnits > kNameLimit ? kNameKept + 3 : nameUnits;
+        PageText::appendText(row_, PageText::cutToUnits(name, kNameLimit, kNameKept));
         // Entities widen the text but not what the reader sees: pad by the unescaped length.
-        if (shown.size() < kNameWidth)
-            row_.resize(row_.size() + (kNameWidth - shown.size()), u' ');
+        if (shown < kNameWidth)
+            row_.append(kNameWidth - shown, ' ');
         // A long name keeps its line; the numbers go below, in their usual columns.
-        if (name.size() > kNameWidth) {
-            row_ += u'\n';
-            row_.resize(row_.size() + 3 + kNameWidth, u' ');
+        if (nameUnits > kNameWidth) {
+            row_ += '\n';
+            row_.append(3 + kNameWidth, ' ');
         }
+        row_ += numbers_;
+        row_ += "</span>";
+        page << row_;
     }
 
+private:
     void appendNumbers(const XmlNode& modality) {
         const int32_t nOcc = parseIntOr(modality.attribute("nOcc"), 0);
         const double sumTarget = parseDoubleOr(modality.attribute("sumTarget"), 0.0);
@@ -120,8 +88,7 @@ private:
     const bool binaryTarget_;
     const int nLine_;
     const double sumTargetTotal_;
-    QString row_;
-    std::string bytes_;
+    std::string row_;
     std::string numbers_;
 };
 
@@ -189,7 +156,7 @@ void ReportGenerator::writeModalityTable(const XmlNode& variable, bool binaryTar
     forEachChildNamed(variable, "Modality", [&](const XmlNode& modality) {
         if (dropSingles && parseIntOr(modality.attribute("nOcc"), 0) <= 1)
             return;
-        composer.write(*this, modality, evenLine ? styleTableEvenLine : styleTableOddLine);
+        composer.write(*this, modality, evenLine ? "OrbStyle_tableEvenLine" : "OrbStyle_tableOddLine");
         evenLine = !evenLine;
     });
     *this << "\n</pre>";
