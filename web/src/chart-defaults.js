@@ -428,8 +428,7 @@
 
   // Series grow into place over a second, and on a long page the animations of the
   // charts built in the last second share every frame with the chart being built. No
-  // one sees a chart grow below the window (it has long stood still when scrolled to),
-  // so a chart outside the window is drawn at once.
+  // one sees a chart grow outside the window, so such a chart is drawn at once.
   function inView(element) {
     var box = element.getBoundingClientRect();
     var height = window.innerHeight || document.documentElement.clientHeight;
@@ -445,9 +444,31 @@
     }
   }
 
-  function containerOf(chartOptions) {
-    var target = chartOptions && chartOptions.renderTo;
+  function containerOf(chart, chartOptions) {
+    var target = chart.renderTo || (chartOptions && chartOptions.renderTo);
     return typeof target === 'string' ? document.getElementById(target) : target;
+  }
+
+  function now() {
+    return window.performance && window.performance.now ? window.performance.now() : new Date().getTime();
+  }
+
+  // A chart script that throws is reported as jQuery reports a failing ready handler: a
+  // console warning for a programming error and an uncaught error of its own, which stops
+  // nothing else.
+  var $ = window.jQuery;
+
+  function reportFailure(error) {
+    if ($ && $.readyException) {
+      if ($.Deferred && $.Deferred.exceptionHook) {
+        $.Deferred.exceptionHook(error);
+      }
+      $.readyException(error);
+    } else {
+      window.setTimeout(function () {
+        throw error;
+      });
+    }
   }
 
   // The page runs each chart script as a jQuery ready handler, which jQuery calls as a
@@ -456,18 +477,6 @@
   // the handlers are run in turn, several to a task, for up to SLICE_MS at a time. Each
   // handler's failure is still reported on its own and stops no other.
   var SLICE_MS = 250;
-  var $ = window.jQuery;
-
-  function now() {
-    return window.performance && window.performance.now ? window.performance.now() : new Date().getTime();
-  }
-
-  function reportFailure(error) {
-    if ($.Deferred && $.Deferred.exceptionHook) {
-      $.Deferred.exceptionHook(error);
-    }
-    $.readyException(error);
-  }
 
   if ($ && $.fn && $.fn.ready && $.readyException) {
     var ready = $.fn.ready;
@@ -499,7 +508,8 @@
     };
   }
 
-  Highcharts.wrap(Highcharts.Chart.prototype, 'init', function (proceed, userOptions, callback) {
+  // The library's chart construction with the page's options brought up to date first.
+  function build(chart, proceed, userOptions, callback, container) {
     if (userOptions) {
       placeAxisTitles(userOptions.yAxis);
       makeRoomForStyledTitles(userOptions.chart, userOptions.yAxis);
@@ -509,10 +519,9 @@
       for (var i = 0; i < series.length; i++) {
         disabledWhenFalse(series[i], 'marker');
       }
-      var container = containerOf(userOptions.chart);
       // A container sized in its style attribute is shown: the library's check for a
       // hidden one is a layout of the whole document.
-      if (container && userOptions.chart.skipClone === undefined && inlineSize(container)) {
+      if (container && userOptions.chart && userOptions.chart.skipClone === undefined && inlineSize(container)) {
         userOptions.chart.skipClone = true;
       }
       if (container && !inView(container)) {
@@ -522,9 +531,140 @@
     building++;
     rootSize = null;
     try {
-      return proceed.call(this, userOptions, callback);
+      return proceed.call(chart, userOptions, callback);
     } finally {
       building--;
     }
+  }
+
+  // Charts drawn as they come into view. A report of some hundred variables holds as many
+  // charts, each costing tens of milliseconds, and a reader looks at a few at a time. A
+  // chart script still runs in page order, but a chart whose container is outside the
+  // window is only noted, and the noted charts are built in slices, the nearest to the
+  // window first: those within a screen of it soon after the first screen, then the
+  // others down and up the page, and when the reader scrolls or jumps through a link to a
+  // variable, those that have come near. Printing builds every chart still waiting before
+  // the page is laid out for paper. Where the browser cannot tell what comes into view, every chart is
+  // built at once, as the script asks.
+  var NEAR = '100%';
+  var queue = [];
+  var observer = null;
+
+  function waitsForView(container) {
+    return observer !== null && container && container.nodeType === 1 && !inView(container);
+  }
+
+  function draw(entry) {
+    queue.splice(queue.indexOf(entry), 1);
+    observer.unobserve(entry.container);
+    try {
+      build(entry.chart, entry.proceed, entry.options, entry.callback, entry.container);
+    } catch (error) {
+      reportFailure(error);
+    }
+  }
+
+  // How far a container lay from the window when last seen, in pixels; unseen ones last.
+  function distances() {
+    var top = window.pageYOffset;
+    var bottom = top + (window.innerHeight || document.documentElement.clientHeight);
+    return function (entry) {
+      if (entry.top === null) {
+        return Infinity;
+      }
+      return entry.top > bottom ? entry.top - bottom : entry.bottom < top ? top - entry.bottom : 0;
+    };
+  }
+
+  // The waiting chart nearest to the window, the first in page order among equals.
+  function nearest() {
+    var distance = distances();
+    var best = null;
+    var bestDistance = Infinity;
+    for (var i = 0; i < queue.length; i++) {
+      var entry = queue[i];
+      var d = distance(entry);
+      if (best === null || d < bestDistance) {
+        best = entry;
+        bestDistance = d;
+      }
+    }
+    return best;
+  }
+
+  // Charts near the window first, then the others, in slices between which the browser
+  // answers the reader and draws a frame. Each frame of a long page costs about as much as
+  // a chart, so a slice holds several charts (SLICE_MS, as for the ready handlers); a jump
+  // waits for at most one slice. Nothing is built before the browser has told where the
+  // containers are, so that a page opened at a variable's link starts there.
+  var drawing = false;
+  var located = false;
+
+  function drawSlice() {
+    drawing = false;
+    var start = now();
+    for (var entry = nearest(); entry; entry = nearest()) {
+      draw(entry);
+      if (now() - start >= SLICE_MS) {
+        break;
+      }
+    }
+    drawSoon();
+  }
+
+  function drawSoon() {
+    if (!drawing && located && queue.length) {
+      drawing = true;
+      window.setTimeout(drawSlice, 0);
+    }
+  }
+
+  function seen(changes) {
+    located = true;
+    var scrolled = window.pageYOffset;
+    for (var i = 0; i < changes.length; i++) {
+      var change = changes[i];
+      for (var j = 0; j < queue.length; j++) {
+        var entry = queue[j];
+        if (entry.container === change.target) {
+          entry.top = change.boundingClientRect.top + scrolled;
+          entry.bottom = change.boundingClientRect.bottom + scrolled;
+        }
+      }
+    }
+    drawSoon();
+  }
+
+  function drawAll() {
+    while (queue.length) {
+      draw(queue[0]);
+    }
+  }
+
+  if (window.IntersectionObserver) {
+    observer = new window.IntersectionObserver(seen, {rootMargin: NEAR});
+    window.addEventListener('beforeprint', drawAll);
+    var printing = window.matchMedia && window.matchMedia('print');
+    var onPrint = function (event) {
+      if (event.matches) {
+        drawAll();
+      }
+    };
+    if (printing && printing.addEventListener) {
+      printing.addEventListener('change', onPrint);
+    } else if (printing && printing.addListener) {
+      printing.addListener(onPrint);
+    }
+  }
+
+  Highcharts.wrap(Highcharts.Chart.prototype, 'init', function (proceed, userOptions, callback) {
+    var container = containerOf(this, userOptions && userOptions.chart);
+    if (!waitsForView(container)) {
+      return build(this, proceed, userOptions, callback, container);
+    }
+    queue.push({chart: this, proceed: proceed, options: userOptions, callback: callback, container: container,
+      top: null, bottom: null});
+    observer.observe(container);
+    drawSoon();
   });
 })(Highcharts);

@@ -377,20 +377,42 @@ describe('ready handlers', () => {
 });
 
 describe('charts outside the window', () => {
-  test('are drawn without the grow-in animation, those in it keep it', async () => {
+  // A chart whose container is outside the window is built later (see drawing.test.mjs).
+  const drawnCharts = (page, ids) => page.waitForFunction((ids) => ids.every((id) => Highcharts.charts
+    .some((c) => c && c.renderTo.id === id && c.hasRendered)), ids, {timeout: 15000});
+
+  test('are drawn later and without the grow-in animation, those in it at once and growing in', async () => {
     const {page, errors} = await barePage(
       '<div id="seen" style="width: 400px; height: 300px"></div>'
       + '<div style="height: 3000px"></div>'
       + '<div id="below" style="width: 400px; height: 300px"></div>');
     try {
-      const animation = await page.evaluate(() => ['seen', 'below'].map((id) => {
-        const chart = new Highcharts.Chart({chart: {renderTo: id}, series: [{type: 'column', data: [3, 1, 2]}]});
-        return {id, drawn: chart.hasRendered, animation: chart.series[0].options.animation};
-      }));
-      assert.deepEqual(animation.map((c) => c.drawn), [true, true]);
-      assert.notEqual(animation[0].animation, false, 'the chart in the window grows in');
-      assert.equal(animation[1].animation, false, 'the chart below the window stands at once');
+      const atOnce = await page.evaluate(() => ['seen', 'below'].map((id) =>
+        new Highcharts.Chart({chart: {renderTo: id}, series: [{type: 'column', data: [3, 1, 2]}]}).hasRendered === true));
+      assert.deepEqual(atOnce, [true, false]);
+      await drawnCharts(page, ['seen', 'below']);
+      const animation = await page.evaluate(() => ['seen', 'below'].map((id) =>
+        Highcharts.charts.find((c) => c && c.renderTo.id === id).series[0].options.animation));
+      assert.notEqual(animation[0], false, 'the chart in the window grows in');
+      assert.equal(animation[1], false, 'the chart below the window stands at once');
       assert.deepEqual(errors, []);
+    } finally {
+      await page.close();
+    }
+  });
+
+  test('one that fails when built is reported and stops no other', async () => {
+    const {page, errors} = await barePage(
+      '<div style="height: 3000px"></div>'
+      + '<div id="broken" style="width: 400px; height: 300px"></div>'
+      + '<div id="whole" style="width: 400px; height: 300px"></div>');
+    try {
+      await page.evaluate(() => ['broken', 'whole'].forEach((id) => new Highcharts.Chart({chart: {renderTo: id},
+        series: [{type: id === 'broken' ? 'no such type' : 'column', data: [3, 1, 2]}]})));
+      await drawnCharts(page, ['whole']);
+      // The error is thrown in a task of its own, queued before this one.
+      await page.evaluate(() => new Promise((resolve) => setTimeout(resolve, 0)));
+      assert.ok(errors.some((e) => /^uncaught: Highcharts error #17/.test(e)), errors.join('\n'));
     } finally {
       await page.close();
     }

@@ -1,64 +1,92 @@
 #!/usr/bin/env node
-// How long a report page takes from navigation to its last chart drawn, in headless Chromium.
+// How soon a report page shows its charts, in headless Chromium with a 1280 × 900 window.
 //
-// usage: node tools/page-bench.mjs [--runs N] [--timeout S] [--scale-dir DIR] [REPORT.xml ...]
-// Without reports: the largest sample run (the shared samples, else the examples) and a
-// scale run made by tools/gen-scale --scale 1 into a temporary folder (or reused from
-// --scale-dir). Each page is made once by the program ($ANAREP or build/anarep) and opened
-// N times, each time in a fresh tab; the median of the runs is printed. N defaults to 5,
-// and to 3 for the scale page, which takes minutes to draw.
+// usage: node tools/page-bench.mjs [--runs N] [--vars 10,100,500] [--modalities M] [--data DIR]
+//                                  [--timeout S] [--bundle FILE ...] [REPORT.xml ...]
+// Without reports: runs of 10, 100 and 500 variables of M (20) modalities each, made by
+// tools/gen-scale into DIR (kept there and reused) or a temporary folder. Each page is made once
+// by the program ($ANAREP or build/anarep) and opened 2N times (N = 3), each time in a fresh tab:
+// N times left alone, for the time from navigation to the first screen drawn and to every chart
+// drawn, and N times with a click on the ranking link to the last variable as soon as the first
+// screen is drawn, for the time from the click until that variable's chart is on the screen.
+// "Drawn" is the first animation frame after the last chart (and the sparklines) concerned.
+// With --bundle, the page's script bundle is replaced by each FILE in turn, the runs of the
+// bundles alternating so that the load of a shared machine falls on all alike. Medians are printed.
 import {execFile} from 'node:child_process';
-import {existsSync, readdirSync, statSync} from 'node:fs';
+import {copyFileSync, existsSync, mkdirSync} from 'node:fs';
 import {mkdtemp, readFile, rm} from 'node:fs/promises';
 import {tmpdir} from 'node:os';
 import {basename, dirname, join, resolve} from 'node:path';
 import {promisify} from 'node:util';
 import {REPO_DIR, fileUrl, launchBrowser} from '../tests/browser.mjs';
-import {EXAMPLES, SHARED, chartContainers, chartsDrawn, makePage, pairRun, watch} from './report-pages.mjs';
+import {chartContainers, chartsDrawn, makePage, pairRun, watch} from './report-pages.mjs';
 
-const options = {runs: null, timeout: 900, scaleDir: null, reports: []};
+const options = {runs: 3, vars: [10, 100, 500], modalities: 20, data: null, timeout: 300, bundles: [], reports: []};
 for (let i = 2; i < process.argv.length; i++) {
   const arg = process.argv[i];
+  const next = () => process.argv[++i];
   if (arg === '--runs') {
-    options.runs = Number(process.argv[++i]);
+    options.runs = Number(next());
+  } else if (arg === '--vars') {
+    options.vars = next().split(',').map(Number);
+  } else if (arg === '--modalities') {
+    options.modalities = Number(next());
+  } else if (arg === '--data') {
+    options.data = resolve(next());
   } else if (arg === '--timeout') {
-    options.timeout = Number(process.argv[++i]);
-  } else if (arg === '--scale-dir') {
-    options.scaleDir = resolve(process.argv[++i]);
+    options.timeout = Number(next());
+  } else if (arg === '--bundle') {
+    options.bundles.push(resolve(next()));
   } else {
     options.reports.push(resolve(arg));
   }
 }
 
-// Runs before the page's own scripts: times every chart's construction (which draws it)
-// and the sparkline plugin, by wrapping them as the bundle defines them. The chart
-// constructor is wrapped once the bundle has set itself up (its own wrapper included)
-// and before the page's ready handlers build the charts.
+const WINDOW = {width: 1280, height: 900};
+
+// Runs before the page's own scripts. Notes when each chart starts and ends its construction
+// (the library's init and load events, whenever the bundle builds it) and each sparkline call,
+// and polls every animation frame for the first one after the charts in the first window and
+// the sparklines are all drawn.
 function instrument() {
-  const timings = {charts: [], sparklines: [], ready: null};
-  window.__pageBench = timings;
+  const bench = {ready: null, firstScreen: null, firstScreenCharts: [], drawn: {}, built: {}, sparklines: []};
+  window.__pageBench = bench;
+  const spans = 'span.orbLine, span.orbBox';
+  let waiting = null;
+  let sparklinesDone = false;
+  const poll = () => {
+    if (waiting !== null && waiting.size === 0 && sparklinesDone) {
+      bench.firstScreen = performance.now();
+    } else {
+      requestAnimationFrame(poll);
+    }
+  };
+  requestAnimationFrame(poll);
   document.addEventListener('DOMContentLoaded', () => {
-    timings.ready = performance.now();
+    bench.ready = performance.now();
+    const inWindow = (element) => {
+      const box = element.getBoundingClientRect();
+      return box.bottom > 0 && box.top < innerHeight && box.right > 0 && box.left < innerWidth;
+    };
+    bench.firstScreenCharts = Array.from(document.querySelectorAll('div[id]'))
+      .filter((div) => /^(delivered|selectedPruned|container)/.test(div.id) && inWindow(div)).map((div) => div.id);
+    waiting = new Set(bench.firstScreenCharts);
+    sparklinesDone = !document.querySelector(spans);
     const H = window.Highcharts;
     if (!H) {
       return;
     }
-    const init = H.Chart.prototype.init;
-    H.Chart.prototype.init = function (userOptions, callback) {
-      const start = performance.now();
-      try {
-        return init.call(this, userOptions, callback);
-      } finally {
-        const target = userOptions && userOptions.chart && userOptions.chart.renderTo;
-        const series = (userOptions && userOptions.series) || [];
-        timings.charts.push({
-          id: typeof target === 'string' ? target : target && target.id,
-          start,
-          end: performance.now(),
-          points: series.reduce((sum, s) => sum + ((s && s.data && s.data.length) || 0), 0),
-        });
-      }
-    };
+    const starts = new WeakMap();
+    H.addEvent(H.Chart, 'init', function () {
+      starts.set(this, performance.now());
+    });
+    H.addEvent(H.Chart, 'load', function () {
+      const id = this.renderTo && this.renderTo.id;
+      const end = performance.now();
+      bench.drawn[id] = end;
+      bench.built[id] = end - starts.get(this);
+      waiting.delete(id);
+    });
   });
   let jq;
   Object.defineProperty(window, 'jQuery', {
@@ -74,7 +102,8 @@ function instrument() {
           try {
             return plugin.apply(this, args);
           } finally {
-            timings.sparklines.push({count: this.length, start, end: performance.now()});
+            bench.sparklines.push({count: this.length, ms: performance.now() - start});
+            sparklinesDone = Array.from(document.querySelectorAll(spans)).every((span) => span.querySelector('canvas'));
           }
         },
         set: (given) => {
@@ -85,134 +114,184 @@ function instrument() {
   });
 }
 
+// In the page: a click on the first link to the variable of the last chart container, and the
+// first animation frame in which that variable's chart is drawn.
+function jumpToLast(target) {
+  return new Promise((resolve) => {
+    const bench = window.__pageBench;
+    const link = document.querySelector(`a[href="#label_${target.slice('container'.length)}"]`);
+    const start = performance.now();
+    link.click();
+    const poll = () => {
+      if (bench.drawn[target] !== undefined) {
+        resolve({start, end: performance.now(), scrolled: window.pageYOffset});
+      } else {
+        requestAnimationFrame(poll);
+      }
+    };
+    requestAnimationFrame(poll);
+  });
+}
+
 function median(values) {
   const sorted = [...values].sort((a, b) => a - b);
   const middle = Math.floor(sorted.length / 2);
   return sorted.length % 2 ? sorted[middle] : (sorted[middle - 1] + sorted[middle]) / 2;
 }
 
-function largestSample() {
-  for (const folder of [join(SHARED, 'samples'), EXAMPLES]) {
-    if (!existsSync(folder)) {
-      continue;
+async function generatedRuns() {
+  const folder = options.data ?? await mkdtemp(join(tmpdir(), 'anarep-pages-'));
+  const reports = [];
+  for (const vars of options.vars) {
+    const name = `v${vars}m${options.modalities}`;
+    const dir = join(folder, name);
+    const report = join(dir, `${name}_analysisReport.xml`);
+    if (!existsSync(report)) {
+      mkdirSync(dir, {recursive: true});
+      await promisify(execFile)(join(REPO_DIR, 'tools', 'gen-scale'), [dir, '--name', name, '--vars', String(vars),
+        '--modalities', String(options.modalities), '--points', '10000']);
     }
-    const reports = readdirSync(folder).filter((f) => f.endsWith('_analysisReport.xml'))
-      .map((f) => join(folder, f))
-      .filter((f) => existsSync(f.replace(/_analysisReport\.xml$/, '_graphs.xml')));
-    const size = (f) => statSync(f).size + statSync(f.replace(/_analysisReport\.xml$/, '_graphs.xml')).size;
-    if (reports.length) {
-      return reports.sort((a, b) => size(b) - size(a))[0];
-    }
+    reports.push({file: report, vars});
   }
-  throw new Error('no sample run found');
+  return {reports, cleanup: options.data ? async () => {} : () => rm(folder, {recursive: true, force: true})};
 }
 
-async function scaleRun() {
-  if (options.scaleDir && existsSync(join(options.scaleDir, 'scale1_analysisReport.xml'))) {
-    return {report: join(options.scaleDir, 'scale1_analysisReport.xml'), cleanup: async () => {}};
+// One tab: left alone until every chart is drawn, or made to jump to the last variable as soon
+// as the first screen is drawn.
+async function openOnce(browser, made, containers, jump) {
+  const page = await browser.context.newPage();
+  try {
+    const messages = watch(page);
+    const cdp = await browser.context.newCDPSession(page);
+    await cdp.send('Performance.enable');
+    await page.addInitScript(instrument);
+    const timeout = options.timeout * 1000;
+    await page.goto(fileUrl(made.page), {timeout, waitUntil: 'domcontentloaded'});
+    await page.waitForFunction(() => window.__pageBench.firstScreen !== null, null, {timeout});
+    const run = {errors: 0};
+    if (jump) {
+      const target = containers.filter((id) => id.startsWith('container')).pop();
+      const {start, end} = await page.evaluate(jumpToLast, target);
+      run.jump = end - start;
+    } else if (!await chartsDrawn(page, containers.length, timeout)) {
+      throw new Error(`${basename(made.page)}: not all of ${containers.length} charts drawn within ${options.timeout} s`);
+    }
+    const bench = await page.evaluate(() => window.__pageBench);
+    run.firstScreen = bench.firstScreen;
+    run.firstScreenCharts = bench.firstScreenCharts.length;
+    if (!jump) {
+      const {metrics} = await cdp.send('Performance.getMetrics');
+      const metric = (name) => (metrics.find((m) => m.name === name)?.value ?? 0) * 1000;
+      Object.assign(run, {
+        drawn: Math.max(...Object.values(bench.drawn)), ready: bench.ready,
+        built: Object.values(bench.built), sparklines: bench.sparklines.reduce((sum, s) => sum + s.ms, 0),
+        spans: bench.sparklines.reduce((sum, s) => sum + s.count, 0),
+        layout: metric('LayoutDuration'), style: metric('RecalcStyleDuration'), script: metric('ScriptDuration'),
+        layouts: (metrics.find((m) => m.name === 'LayoutCount')?.value ?? 0),
+      });
+    }
+    run.errors = messages.filter((m) => m.type !== 'warning').length;
+    return run;
+  } finally {
+    await page.close();
   }
-  const folder = options.scaleDir ?? await mkdtemp(join(tmpdir(), 'anarep-scale-'));
-  await promisify(execFile)(join(REPO_DIR, 'tools', 'gen-scale'), [folder, '--scale', '1']);
-  return {
-    report: join(folder, 'scale1_analysisReport.xml'),
-    cleanup: options.scaleDir ? async () => {} : () => rm(folder, {recursive: true, force: true}),
-  };
 }
 
-async function measure(browser, report, runCount) {
+async function measure(browser, report) {
   const made = await makePage(pairRun(dirname(report), report));
   try {
     if (made.code !== 0) {
       throw new Error(`anarep ${basename(report)}: ${made.message ?? made.stdout}`);
     }
     const html = await readFile(made.page, 'utf8');
-    const containers = chartContainers(html).length;
-    const runs = [];
-    for (let i = 0; i < runCount; i++) {
-      const page = await browser.context.newPage();
-      try {
-        const messages = watch(page);
-        const cdp = await browser.context.newCDPSession(page);
-        await cdp.send('Performance.enable');
-        await page.addInitScript(instrument);
-        await page.goto(fileUrl(made.page), {timeout: options.timeout * 1000, waitUntil: 'domcontentloaded'});
-        if (!await chartsDrawn(page, containers, options.timeout * 1000)) {
-          throw new Error(`${basename(made.page)}: not all of ${containers} charts drew within ${options.timeout} s`);
+    const containers = chartContainers(html);
+    const shipped = join(made.page.replace(/\.html$/, '_files'), 'orbi.min.js');
+    const bundles = options.bundles.length ? options.bundles : [null];
+    const runs = new Map(bundles.map((bundle) => [bundle, []]));
+    for (let i = 0; i < options.runs; i++) {
+      for (const jump of [false, true]) {
+        for (const bundle of bundles) {
+          if (bundle) {
+            copyFileSync(bundle, shipped);
+          }
+          runs.get(bundle).push({jump, ...await openOnce(browser, made, containers, jump)});
         }
-        const timings = await page.evaluate(() => window.__pageBench);
-        // Where the browser spent its time: layout and style against script.
-        const {metrics} = await cdp.send('Performance.getMetrics');
-        const metric = (name) => (metrics.find((m) => m.name === name)?.value ?? 0) * 1000;
-        const drawn = Math.max(...timings.charts.map((c) => c.end));
-        runs.push({drawn, ready: timings.ready, charts: timings.charts, sparklines: timings.sparklines,
-          layout: metric('LayoutDuration'), style: metric('RecalcStyleDuration'), script: metric('ScriptDuration'),
-          layouts: metrics.find((m) => m.name === 'LayoutCount')?.value ?? 0,
-          errors: messages.filter((m) => m.type !== 'warning').length});
-      } finally {
-        await page.close();
       }
     }
-    return {page: basename(made.page), bytes: html.length, containers, runs};
+    return {page: basename(made.page), bytes: html.length, charts: containers.length, runs};
   } finally {
     await made.remove();
   }
 }
 
+const ms = (value) => `${value.toFixed(0)} ms`;
+const list = (values) => `[${values.map((v) => v.toFixed(0)).join(', ')}]`;
+
+// Prints the medians of one page and answers them by bundle.
 function report(result) {
-  const {runs} = result;
-  const charts = runs[0].charts.length;
-  const byChart = new Map();
-  for (const run of runs) {
-    for (const c of run.charts) {
-      byChart.set(c.id, [...(byChart.get(c.id) ?? []), c.end - c.start]);
+  const summary = new Map();
+  for (const [bundle, runs] of result.runs) {
+    const loads = runs.filter((r) => !r.jump);
+    const jumps = runs.filter((r) => r.jump);
+    const firstScreens = runs.map((r) => r.firstScreen);
+    const perChart = loads.map((r) => r.built.reduce((sum, t) => sum + t, 0));
+    const figures = {
+      firstScreen: median(firstScreens), jump: median(jumps.map((r) => r.jump)), drawn: median(loads.map((r) => r.drawn)),
+    };
+    summary.set(bundle, figures);
+    const name = bundle ? `bundle ${basename(bundle)}` : 'shipped bundle';
+    const lines = [
+      `  ${name}:`,
+      `    first screen drawn (${loads[0].firstScreenCharts} charts): ${ms(figures.firstScreen)} ${list(firstScreens)}`,
+      `    jump to the last variable until its chart is drawn: ${ms(figures.jump)} ${list(jumps.map((r) => r.jump))}`,
+      `    every chart drawn: ${ms(figures.drawn)} ${list(loads.map((r) => r.drawn))}`,
+      `    document parsed ${ms(median(loads.map((r) => r.ready)))}; ${loads[0].spans} sparklines`
+        + ` ${ms(median(loads.map((r) => r.sparklines)))}; chart construction ${ms(median(perChart))} in all,`
+        + ` median chart ${median(loads.flatMap((r) => r.built)).toFixed(1)} ms`,
+      `    browser time: layout ${ms(median(loads.map((r) => r.layout)))} (${median(loads.map((r) => r.layouts))}`
+        + ` layouts), style ${ms(median(loads.map((r) => r.style)))}, script ${ms(median(loads.map((r) => r.script)))}`,
+    ];
+    if (runs.some((r) => r.errors)) {
+      lines.push(`    browser errors: ${runs.map((r) => r.errors).join(', ')}`);
     }
+    console.log(lines.join('\n'));
   }
-  const perChart = [...byChart].map(([id, times]) => ({id, ms: median(times),
-    points: runs[0].charts.find((c) => c.id === id).points}));
-  const chartTotal = perChart.reduce((sum, c) => sum + c.ms, 0);
-  const sparkline = median(runs.map((r) => r.sparklines.reduce((sum, s) => sum + s.end - s.start, 0)));
-  const spans = runs[0].sparklines.reduce((sum, s) => sum + s.count, 0);
-  const top = [...perChart].sort((a, b) => b.ms - a.ms).slice(0, 3);
-  const lines = [
-    `${result.page} (${(result.bytes / 1e6).toFixed(1)} MB, ${charts} charts, ${spans} sparklines)`,
-    `  load to all charts drawn: median ${median(runs.map((r) => r.drawn)).toFixed(0)} ms`
-      + ` over ${runs.length} runs [${runs.map((r) => r.drawn.toFixed(0)).join(', ')}]`,
-    `  document parsed (DOMContentLoaded): median ${median(runs.map((r) => r.ready)).toFixed(0)} ms`,
-    `  sparklines: ${sparkline.toFixed(0)} ms; chart construction: ${chartTotal.toFixed(0)} ms in all,`
-      + ` median chart ${median(perChart.map((c) => c.ms)).toFixed(1)} ms`,
-    `  browser time: layout ${median(runs.map((r) => r.layout)).toFixed(0)} ms`
-      + ` (${median(runs.map((r) => r.layouts))} layouts), style ${median(runs.map((r) => r.style)).toFixed(0)} ms,`
-      + ` script ${median(runs.map((r) => r.script)).toFixed(0)} ms`,
-    `  slowest charts: ${top.map((c) => `${c.id} ${c.ms.toFixed(0)} ms (${c.points} points,`
-      + ` ${(100 * c.ms / chartTotal).toFixed(0)}%)`).join('; ')}`,
-  ];
-  if (top[0] && top[0].ms > 0.5 * chartTotal) {
-    lines.push(`  one chart dominates: ${top[0].id}`);
-  }
-  if (runs.some((r) => r.errors)) {
-    lines.push(`  browser errors: ${runs.map((r) => r.errors).join(', ')}`);
-  }
-  console.log(lines.join('\n'));
+  return summary;
 }
 
-const browser = await launchBrowser();
-const cleanups = [];
-try {
-  let reports = options.reports.map((file) => ({file, runs: options.runs ?? 5}));
-  if (reports.length === 0) {
-    const scale = await scaleRun();
-    cleanups.push(scale.cleanup);
-    reports = [{file: largestSample(), runs: options.runs ?? 5}, {file: scale.report, runs: options.runs ?? 3}];
+// The goals, for the generated pages of 10 and 500 variables measured in this run.
+function goals(small, large) {
+  for (const [bundle, big] of large) {
+    const little = small.get(bundle);
+    const name = bundle ? basename(bundle) : 'shipped bundle';
+    console.log(`goals (${name}): first screen 500/10 variables ${(big.firstScreen / little.firstScreen).toFixed(2)}`
+      + ` (at most 1.5); jump to the last of 500 ${ms(big.jump)} against the first screen of 10`
+      + ` ${ms(little.firstScreen)} (less); every chart of 500 drawn in ${(big.drawn / 1000).toFixed(1)} s (at most 30 s)`);
   }
-  for (const {file, runs} of reports) {
-    report(await measure(browser, file, runs));
+}
+
+const browser = await launchBrowser({viewport: WINDOW});
+let cleanup = async () => {};
+try {
+  let reports = options.reports.map((file) => ({file}));
+  if (reports.length === 0) {
+    const made = await generatedRuns();
+    cleanup = made.cleanup;
+    reports = made.reports;
+  }
+  const bySize = new Map();
+  for (const {file, vars} of reports) {
+    const result = await measure(browser, file);
+    console.log(`${result.page} (${(result.bytes / 1e6).toFixed(1)} MB, ${result.charts} charts)`);
+    bySize.set(vars, report(result));
+  }
+  if (bySize.has(10) && bySize.has(500)) {
+    goals(bySize.get(10), bySize.get(500));
   }
 } catch (error) {
   console.error(error.message);
   process.exitCode = 1;
 } finally {
   await browser.close();
-  for (const cleanup of cleanups) {
-    await cleanup();
-  }
+  await cleanup();
 }

@@ -1,0 +1,128 @@
+// Charts drawn as they come into view, on a generated report page opened in a 1280 × 1600
+// window: those in the first window without scrolling, the others soon after, nearest
+// first; a jump through a ranking link draws its variable's chart before the charts
+// between; printing draws them all at once.
+import {after, before, describe, test} from 'node:test';
+import assert from 'node:assert/strict';
+import {execFile} from 'node:child_process';
+import {mkdtemp, readFile, rm} from 'node:fs/promises';
+import {tmpdir} from 'node:os';
+import {join} from 'node:path';
+import {promisify} from 'node:util';
+import {REPO_DIR, fileUrl, launchBrowser} from './browser.mjs';
+import {chartContainers, chartsDrawn, makePage, pairRun} from '../tools/report-pages.mjs';
+
+const VARIABLES = 40;
+let browser;
+let folder;
+let made;
+let containers;
+
+// Notes the order in which the charts are drawn, and which containers lie in the first window.
+function noteDrawing() {
+  window.__drawn = [];
+  document.addEventListener('DOMContentLoaded', () => {
+    window.__firstWindow = Array.from(document.querySelectorAll('div[id]'))
+      .filter((div) => /^(delivered|selectedPruned|container)/.test(div.id))
+      .filter((div) => div.getBoundingClientRect().top < innerHeight).map((div) => div.id);
+    Highcharts.addEvent(Highcharts.Chart, 'load', function () {
+      window.__drawn.push(this.renderTo.id);
+    });
+  });
+}
+
+before(async () => {
+  folder = await mkdtemp(join(tmpdir(), 'anarep-drawing-'));
+  await promisify(execFile)(join(REPO_DIR, 'tools', 'gen-scale'), [folder, '--name', 'wide', '--vars',
+    String(VARIABLES), '--modalities', '20', '--points', '1000']);
+  made = await makePage(pairRun(folder, join(folder, 'wide_analysisReport.xml')));
+  assert.equal(made.code, 0, made.message);
+  containers = chartContainers(await readFile(made.page, 'utf8'));
+  // Tall enough for the model charts below the ranking table of 40 variables.
+  browser = await launchBrowser({viewport: {width: 1280, height: 1600}});
+});
+
+after(async () => {
+  await browser?.close();
+  await made?.remove();
+  await rm(folder, {recursive: true, force: true});
+});
+
+async function open() {
+  const {page, errors} = await browser.newPage();
+  await page.addInitScript(noteDrawing);
+  await page.goto(fileUrl(made.page));
+  return {page, errors};
+}
+
+const drawnIds = (page) => page.evaluate(() => window.__drawn.slice());
+
+describe('a page of many charts', () => {
+  test('draws the charts of the first window first, then every other one without scrolling', async () => {
+    const {page, errors} = await open();
+    try {
+      const first = await page.evaluate(() => window.__firstWindow);
+      assert.deepEqual(first, ['delivered', 'selectedPruned']);
+      assert.ok(await chartsDrawn(page, containers.length, 30000), 'every chart drawn');
+      const order = await drawnIds(page);
+      assert.deepEqual(order.slice(0, first.length), first);
+      assert.deepEqual([...order].sort(), [...containers].sort());
+      // Nearest first: down the page from the first window.
+      assert.deepEqual(order.slice(first.length), containers.slice(first.length));
+      assert.equal(await page.evaluate(() => window.pageYOffset), 0);
+      assert.deepEqual(errors, []);
+    } finally {
+      await page.close();
+    }
+  });
+
+  test('a jump through a ranking link draws that variable\'s chart before the charts between', async () => {
+    const {page, errors} = await open();
+    try {
+      await page.waitForFunction(() => window.__drawn.includes('selectedPruned'));
+      const last = VARIABLES - 1;
+      await page.click(`a[href="#label_${last}"]`);
+      await page.waitForFunction((id) => window.__drawn.includes(id), `container${last}`);
+      const order = await drawnIds(page);
+      const middle = `container${Math.floor(VARIABLES / 2)}`;
+      assert.ok(!order.includes(middle), `${middle} drawn before the jump's target: ${order.join(' ')}`);
+      assert.ok(await chartsDrawn(page, containers.length, 30000), 'every chart drawn');
+      assert.deepEqual(errors, []);
+    } finally {
+      await page.close();
+    }
+  });
+
+  test('scrolling far down draws the charts there next', async () => {
+    const {page} = await open();
+    try {
+      await page.waitForFunction(() => window.__drawn.includes('selectedPruned'));
+      const target = `container${VARIABLES - 5}`;
+      await page.evaluate((id) => document.getElementById(id).scrollIntoView(), target);
+      await page.waitForFunction((id) => window.__drawn.includes(id), target);
+      const order = await drawnIds(page);
+      assert.ok(!order.includes(`container${Math.floor(VARIABLES / 2)}`), order.join(' '));
+    } finally {
+      await page.close();
+    }
+  });
+
+  for (const {name, print} of [
+    {name: 'the page is about to be printed', print: (page) => page.evaluate(() => window.dispatchEvent(new Event('beforeprint')))},
+    {name: 'the page takes the print media', print: (page) => page.emulateMedia({media: 'print'})},
+  ]) {
+    test(`every chart is drawn at once when ${name}`, async () => {
+      const {page, errors} = await open();
+      try {
+        await page.waitForFunction(() => window.__drawn.includes('selectedPruned'));
+        await print(page);
+        const counted = await page.evaluate(() => new Promise((resolve) => requestAnimationFrame(() =>
+          resolve(Highcharts.charts.filter((c) => c && c.hasRendered).length))));
+        assert.equal(counted, containers.length);
+        assert.deepEqual(errors, []);
+      } finally {
+        await page.close();
+      }
+    });
+  }
+});
