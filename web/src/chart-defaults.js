@@ -430,7 +430,10 @@
   // charts built in the last second share every frame with the chart being built. No
   // one sees a chart grow outside the window, so such a chart is drawn at once.
   function inView(element) {
-    var box = element.getBoundingClientRect();
+    return inWindow(element.getBoundingClientRect());
+  }
+
+  function inWindow(box) {
     var height = window.innerHeight || document.documentElement.clientHeight;
     var width = window.innerWidth || document.documentElement.clientWidth;
     return box.bottom >= 0 && box.top <= height && box.right >= 0 && box.left <= width;
@@ -550,8 +553,13 @@
   var queue = [];
   var observer = null;
 
-  function waitsForView(container) {
-    return observer !== null && container && container.nodeType === 1 && !inView(container);
+  // Where the container lies when its chart is to wait for it, else null.
+  function waitingBox(container) {
+    if (observer === null || !container || container.nodeType !== 1) {
+      return null;
+    }
+    var box = container.getBoundingClientRect();
+    return inWindow(box) ? null : box;
   }
 
   function draw(entry) {
@@ -564,14 +572,11 @@
     }
   }
 
-  // How far a container lay from the window when last seen, in pixels; unseen ones last.
+  // How far a container lay from the window when last seen, in pixels.
   function distances() {
     var top = window.pageYOffset;
     var bottom = top + (window.innerHeight || document.documentElement.clientHeight);
     return function (entry) {
-      if (entry.top === null) {
-        return Infinity;
-      }
       return entry.top > bottom ? entry.top - bottom : entry.bottom < top ? top - entry.bottom : 0;
     };
   }
@@ -595,12 +600,16 @@
   // Charts near the window first, then the others, in slices between which the browser
   // answers the reader and draws a frame. Each frame of a long page costs about as much as
   // a chart, so a slice holds several charts (SLICE_MS, as for the ready handlers); a jump
-  // waits for at most one slice. Nothing is built before the browser has told where the
-  // containers are, so that a page opened at a variable's link starts there.
+  // waits for at most one slice.
   var drawing = false;
-  var located = false;
 
   function drawSlice() {
+    // The chart scripts first: they are quick, and a chart can only be drawn once its
+    // script has run.
+    if (waiting && waiting.length) {
+      window.setTimeout(drawSlice, 0);
+      return;
+    }
     drawing = false;
     var start = now();
     for (var entry = nearest(); entry; entry = nearest()) {
@@ -613,14 +622,13 @@
   }
 
   function drawSoon() {
-    if (!drawing && located && queue.length) {
+    if (!drawing && queue.length) {
       drawing = true;
       window.setTimeout(drawSlice, 0);
     }
   }
 
   function seen(changes) {
-    located = true;
     var scrolled = window.pageYOffset;
     for (var i = 0; i < changes.length; i++) {
       var change = changes[i];
@@ -659,11 +667,13 @@
 
   Highcharts.wrap(Highcharts.Chart.prototype, 'init', function (proceed, userOptions, callback) {
     var container = containerOf(this, userOptions && userOptions.chart);
-    if (!waitsForView(container)) {
+    var box = waitingBox(container);
+    if (!box) {
       return build(this, proceed, userOptions, callback, container);
     }
+    var scrolled = window.pageYOffset;
     queue.push({chart: this, proceed: proceed, options: userOptions, callback: callback, container: container,
-      top: null, bottom: null});
+      top: box.top + scrolled, bottom: box.bottom + scrolled});
     observer.observe(container);
     drawSoon();
   });
