@@ -41,8 +41,13 @@ struct XRange {
 };
 
 std::string zeroLine(XRange range) {
-    return "[" + NumberFormat::jsG(range.min, 6) + ",0],[" +
-           NumberFormat::jsG(range.max, 6) + ",0]";
+    // Appended piece by piece: g++ 12 at -O3 warns falsely (-Wrestrict) on "[" + a temporary.
+    std::string line = "[";
+    line += NumberFormat::jsG(range.min, 6);
+    line += ",0],[";
+    line += NumberFormat::jsG(range.max, 6);
+    line += ",0]";
+    return line;
 }
 
 std::vector<std::string> predictionSeries(const XmlNode& curves, XRange range,
