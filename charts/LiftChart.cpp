@@ -3,8 +3,8 @@
 
 #include "charts/ChartFrame.h"
 #include "charts/ChartSeries.h"
-#include "charts/PointList.h"
-#include "report/ReportGenerator.h"
+#include "charts/Charts.h"
+#include "xml/XmlNumbers.h"
 
 #include <span>
 
@@ -53,8 +53,8 @@ constexpr const char* randomDiagonal =
     "\n\t      yAxis: 1,"
     "\n\t      data: [[0,0], [100,100]]";
 
-std::vector<std::string> liftSeries(ReportGenerator& generator, const XmlNode& chartRoot,
-                                    std::span<const LiftSeriesSetting> settings) {
+std::vector<std::string> liftSeries(const XmlNode& chartRoot, std::span<const LiftSeriesSetting> settings,
+                                    PointListCache& lists) {
     std::vector<std::string> texts{randomDiagonal};
     for (const LiftSeriesSetting& setting : settings) {
         ChartSeries series;
@@ -65,8 +65,7 @@ std::vector<std::string> liftSeries(ReportGenerator& generator, const XmlNode& c
         series.showInLegend = setting.showInLegend;
         series.marker = setting.marker;
         series.enableMouseTracking = setting.enableMouseTracking;
-        series.data = generator.pointList(chartRoot.childNamed(setting.element), setting.curve,
-                                          setting.coarse, 2);
+        series.data = lists.get(chartRoot.childNamed(setting.element), setting.curve, setting.coarse, 2);
         texts.push_back(series.scriptText());
     }
     return texts;
@@ -157,31 +156,18 @@ constexpr const char* liftLegend =
 
 }  // namespace
 
-void ReportGenerator::writeLiftChart(XmlNode root, const char* kind, const char* title) {
+void writeLiftChart(PageSink& page, const XmlNode& root, const char* kind, const char* title,
+                    PointListCache& lists) {
     const bool delivered = std::string_view(kind) == "delivered";
-    ChartFrame frame;
-    frame.kind = kind;
-    frame.title = title;
+    ChartFrame frame = ChartFrame::modelChart(kind, title);
+    frame.margin = "[60, 60, 60, 30]";
+    frame.titleStyle = "\n\t      style: {margin: '10px 0 0 0'} // center it";
     frame.subtitle = liftSubtitle(root);
-    frame.marginLine = "\n\t      margin: [60, 60, 60, 30],";
-    frame.titleStyleLine = "\n\t      style: {margin: '10px 0 0 0'} // center it";
     frame.axes = liftAxes(delivered);
-    frame.extraTooltip = delivered ? "" : testLiftTooltip;
+    frame.tooltip = std::string(delivered ? "" : testLiftTooltip) + pointTooltip;
     frame.legend = liftLegend;
     frame.plotOptions = "\n\t      line:{animation  : false}";
-    frame.series = delivered ? liftSeries(*this, root, deliveredSeries)
-                             : liftSeries(*this, root, selectedPrunedSeries);
-    *this << frame.scriptText();
-}
-
-const std::string& ReportGenerator::pointList(const XmlNode& parent, const char* curveName, bool coarse,
-                                              int yPrecision) {
-    XmlNode curve = parent.childNamed(curveName);
-    const auto key = std::make_tuple(curve.identity(), coarse, yPrecision);
-    auto found = pointLists.find(key);
-    if (found == pointLists.end()) {
-        std::string text = buildPointList(parent, curveName, coarse, yPrecision);
-        found = pointLists.emplace(key, PointListEntry{std::move(curve), std::move(text)}).first;
-    }
-    return found->second.text;
+    frame.series = delivered ? liftSeries(root, deliveredSeries, lists)
+                             : liftSeries(root, selectedPrunedSeries, lists);
+    frame.write(page);
 }

@@ -3,10 +3,11 @@
 // its overall value on the right axis.
 
 #include "charts/ChartFrame.h"
+#include "charts/Charts.h"
+#include "html/Escape.h"
 #include "html/NumberFormat.h"
 #include "html/PageText.h"
-#include "html/ScriptText.h"
-#include "report/ReportGenerator.h"
+#include "xml/XmlNumbers.h"
 
 #include <algorithm>
 #include <cmath>
@@ -51,8 +52,7 @@ bool isSpaceAt(std::string_view text, size_t i, size_t* length) {
 // escaped for the page, trimmed of white space, and made safe inside the script's quotes,
 // appended to out.
 void appendCategoryLabel(std::string& out, std::string_view name) {
-    std::string label;
-    PageText::appendText(label, PageText::cutToUnits(name, 103, 100));
+    const std::string label = Escape::text(PageText::cutToUnits(name, 103, 100));
     size_t first = 0;
     size_t last = label.size();
     size_t length = 0;
@@ -67,7 +67,7 @@ void appendCategoryLabel(std::string& out, std::string_view name) {
             break;
         last = lead;
     }
-    ScriptText::appendQuoted(out, std::string_view(label).substr(first, last - first));
+    Escape::appendScriptString(out, std::string_view(label).substr(first, last - first));
 }
 
 // The truncated sum of targets, or the lowest 32-bit value when that is no 32-bit number.
@@ -145,36 +145,8 @@ std::string modalitySubtitle(const ModalityPass& pass, bool binaryTarget) {
            (binaryTarget ? "%" : "");
 }
 
-std::string modalityTitle(const XmlNode& variable) {
-    std::string_view title = variable.attribute("label");
-    if (title.empty())
-        title = variable.attribute("name");
-    return ScriptText::quoted(title);
-}
-
-std::string modalityHead(const XmlNode& variable, const ModalityPass& pass, bool binaryTarget) {
-    const std::string_view idx = variable.attribute("idx");
-    return "\n\t<script type=\"text/javascript\">"
-           "\n\t$(document).ready(function() {"
-           "\n\tvar chart" + ScriptText::identifierPart(idx) + " = new Highcharts.Chart({"
-           "\n\t  chart: {"
-           "\n\t    renderTo: 'container" + ScriptText::quoted(idx) + "',"
-           "\n\t    margin: [80, 70, 100, 70],"
-           "\n\t    zoomType: 'xy'"
-           "\n\t  },"
-           "\n\t  title: {"
-           "\n\t    text: '" + modalityTitle(variable) + "',"
-           "\n\t    style: {"
-           "\n\t      margin: '10px 0 0 0' // center it"
-           "\n\t    }"
-           "\n\t  },"
-           "\n\t  subtitle: {"
-           "\n\t    text: '" + modalitySubtitle(pass, binaryTarget) + "',"
-           "\n\t    style: {"
-           "\n\t      margin: '0 0 0 0' // center it"
-           "\n\t    }"
-           "\n\t  },"
-           "\n\t  xAxis: [{"
+std::string categoryAxis(const ModalityPass& pass) {
+    return "\n\t  xAxis: [{"
            "\n\t    categories: [" + pass.categories + "\n\t    ],"
            "\n\t    labels: {"
            "\n\t      align: 'right',"
@@ -218,14 +190,16 @@ std::string modalityTooltipBody(const ModalityPass& pass, bool binaryTarget) {
     const std::string share = "+' (='+Number((Number(nOcc))*100/" + std::to_string(pass.nLines) +
                               ").toFixed(2)+'%)'+'<br/>'";
     if (!binaryTarget)
-        return "\n\t      var nOcc  = this.point.series.chart.series[0].data[this.point.x].y;"
+        return "\n"
+               "\n\t      var nOcc  = this.point.series.chart.series[0].data[this.point.x].y;"
                "\n\t      var target= this.point.series.chart.series[1].data[this.point.x].y;"
                "\n"
                "\n\t      return '<b>'+ this.x +'</b><br/>'"
                "\n\t          + 'Count= '+ (Number(nOcc))" + share +
                "\n\t          + 'Target= '+ (Number(target))"
                "\n\t          ;";
-    return "\n\t      var nOcc   = this.point.series.chart.series[0].data[this.point.x].y;"
+    return "\n"
+           "\n\t      var nOcc   = this.point.series.chart.series[0].data[this.point.x].y;"
            "\n\t      var nTarget= this.point.series.chart.series[1].data[this.point.x].y;"
            "\n\t      var target = this.point.series.chart.series[2].data[this.point.x].y;"
            "\n"
@@ -238,18 +212,6 @@ std::string modalityTooltipBody(const ModalityPass& pass, bool binaryTarget) {
            "\n\t          ;";
 }
 
-std::string modalityTooltip(const ModalityPass& pass, bool binaryTarget) {
-    return "\n\t  tooltip: {"
-           "\n\t    formatter: function() {"
-           "\n" + modalityTooltipBody(pass, binaryTarget) +
-           "\n\t    }"
-           "\n\t  },"
-           "\n\t  legend: {enabled: false},"
-           "\n\t  plotOptions: {"
-           "\n\t    line:{animation  : false}"
-           "\n\t  },";
-}
-
 std::string columnSeries(const char* name, const char* color, const std::string& data) {
     return "\n\t    type: 'column',"
            "\n\t    name: '" + std::string(name) + "',"
@@ -260,33 +222,45 @@ std::string columnSeries(const char* name, const char* color, const std::string&
            "\n\t    data: [" + data + "]";
 }
 
-std::string modalitySeries(const ModalityPass& pass, bool binaryTarget) {
-    std::string out = "\n\t  series: [{" + columnSeries("Count", "#008800", pass.counts);
+std::vector<std::string> modalitySeries(const ModalityPass& pass, bool binaryTarget) {
+    std::vector<std::string> series{columnSeries("Count", "#008800", pass.counts)};
     if (binaryTarget)
-        out += "\n\t  }, {" + columnSeries("Target", "#AA0000", pass.targets);
-    out += "\n\t  }, {"
-           "\n\t    type: 'spline',"
-           "\n\t    name: '" + std::string(rateTitle(binaryTarget)) + "',"
-           "\n\t    color: '#FF0000',"
-           "\n\t    data: [" + pass.rates + "]"
-           "\n\t  }, {"
-           "\n\t    type: 'line',"
-           "\n\t    name: 'average',"
-           "\n\t    color: '#0000AA',"
-           "\n\t    marker: false,"
-           "\n\t    enableMouseTracking:false,"
-           "\n\t    data: [" + averageValues(pass) + "]"
-           "\n\t  }]"
-           "\n\t  });"
-           "\n\t});"
-           "\n\t</script>";
-    return out;
+        series.push_back(columnSeries("Target", "#AA0000", pass.targets));
+    series.push_back(std::string("\n\t    type: 'spline',"
+                                 "\n\t    name: '") + rateTitle(binaryTarget) + "',"
+                     "\n\t    color: '#FF0000',"
+                     "\n\t    data: [" + pass.rates + "]");
+    series.push_back("\n\t    type: 'line',"
+                     "\n\t    name: 'average',"
+                     "\n\t    color: '#0000AA',"
+                     "\n\t    marker: false,"
+                     "\n\t    enableMouseTracking:false,"
+                     "\n\t    data: [" + averageValues(pass) + "]");
+    return series;
 }
 
 }  // namespace
 
-void ReportGenerator::writeModalityChart(XmlNode variable, bool binaryTarget) {
+void writeModalityChart(PageSink& page, const XmlNode& variable, bool binaryTarget) {
     const ModalityPass pass = passOverModalities(variable, binaryTarget);
-    *this << modalityHead(variable, pass, binaryTarget) + modalityYAxes(binaryTarget) +
-                 modalityTooltip(pass, binaryTarget) + modalitySeries(pass, binaryTarget);
+    ChartFrame frame;
+    frame.variable = variable.attribute("idx");
+    frame.container = "container" + frame.variable;
+    frame.margin = "[80, 70, 100, 70]";
+    frame.title = variable.attribute("label");
+    if (frame.title.empty())
+        frame.title = variable.attribute("name");
+    frame.titleStyle = "\n\t    style: {"
+                       "\n\t      margin: '10px 0 0 0' // center it"
+                       "\n\t    }";
+    frame.subtitle = modalitySubtitle(pass, binaryTarget);
+    frame.subtitleStyle = "\n\t    style: {"
+                          "\n\t      margin: '0 0 0 0' // center it"
+                          "\n\t    }";
+    frame.axes = categoryAxis(pass) + modalityYAxes(binaryTarget);
+    frame.tooltip = modalityTooltipBody(pass, binaryTarget);
+    frame.legend = "\n\t  legend: {enabled: false},";
+    frame.plotOptions = "\n\t    line:{animation  : false}";
+    frame.series = modalitySeries(pass, binaryTarget);
+    frame.write(page);
 }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <utility>
 
 namespace {
 
@@ -103,4 +104,15 @@ std::string buildPointList(XmlNode parent, const char* curveName, bool coarse,
         writer.write(static_cast<int64_t>(t), ",[");
     writer.write(n - 1, ",[");
     return out;
+}
+
+const std::string& PointListCache::get(const XmlNode& parent, const char* curveName, bool coarse, int yPrecision) {
+    XmlNode curve = parent.childNamed(curveName);
+    const auto key = std::make_tuple(curve.identity(), coarse, yPrecision);
+    auto found = lists.find(key);
+    if (found == lists.end()) {
+        std::string text = buildPointList(parent, curveName, coarse, yPrecision);
+        found = lists.emplace(key, Entry{std::move(curve), std::move(text)}).first;
+    }
+    return found->second.text;
 }

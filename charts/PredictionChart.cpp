@@ -3,9 +3,9 @@
 
 #include "charts/ChartFrame.h"
 #include "charts/ChartSeries.h"
-#include "charts/PointList.h"
+#include "charts/Charts.h"
 #include "html/NumberFormat.h"
-#include "report/ReportGenerator.h"
+#include "xml/XmlNumbers.h"
 
 #include <span>
 
@@ -190,23 +190,21 @@ constexpr const char* errorTooltip =
 
 }  // namespace
 
-void ReportGenerator::writePredictionChart(XmlNode curves, const char* kind, const char* title) {
+void writePredictionChart(PageSink& page, const XmlNode& curves, const char* kind, const char* title) {
     const bool delivered = std::string_view(kind) == "delivered";
     const XmlNode ranges = curves.childNamed("ranges");
     const XRange range{parseDoubleOr(ranges.attribute("xmin"), 0.0),
                        parseDoubleOr(ranges.attribute("xmax"), 100.0)};
-    ChartFrame frame;
-    frame.kind = kind;
-    frame.title = title;
+    ChartFrame frame = ChartFrame::modelChart(kind, title);
+    frame.margin = "[60, 50, 60, 40]";
+    frame.titleStyle = "\n\t      style: {margin: '10px 0 0 0'}";
     frame.subtitle = predictionSubtitle(delivered, curves);
-    frame.marginLine = "\n\t      margin: [60, 50, 60, 40],";
-    frame.titleStyleLine = "\n\t      style: {margin: '10px 0 0 0'}";
     frame.axes = predictionAxes(delivered, ranges, range);
-    frame.extraTooltip = delivered ? predictionTooltip : errorTooltip;
+    frame.tooltip = std::string(delivered ? predictionTooltip : errorTooltip) + pointTooltip;
     frame.legend = "\n\t    legend: false,";
     frame.plotOptions = "\n\t      scatter:{animation  : false},"
                         "\n\t      line:{animation  : false}";
     frame.series = delivered ? predictionSeries(curves, range, deliveredSeries)
                              : predictionSeries(curves, range, selectedPrunedSeries);
-    *this << frame.scriptText();
+    frame.write(page);
 }

@@ -4,9 +4,15 @@
 #include "driver/ResourceFiles.h"
 #include "report/ReportGenerator.h"
 
+#include <QFile>
+
+#include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <utility>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -37,6 +43,38 @@ bool fillSideFolder(OutputFiles& outputs, const QString& sideFolder) {
     return true;
 }
 
+// The staged page file, open for writing while the generator runs.
+class PageFile {
+public:
+    explicit PageFile(const QString& path)
+        : fd(::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {}
+    ~PageFile() { close(); }
+    PageFile(const PageFile&) = delete;
+    PageFile& operator=(const PageFile&) = delete;
+
+    bool isOpen() const { return fd >= 0; }
+    // Writes all of bytes, resuming after a partial write or an interruption.
+    bool write(std::string_view bytes) {
+        while (!bytes.empty()) {
+            const ssize_t written = ::write(fd, bytes.data(), bytes.size());
+            if (written < 0 && errno == EINTR)
+                continue;
+            if (written <= 0)
+                return false;
+            bytes.remove_prefix(static_cast<size_t>(written));
+        }
+        return true;
+    }
+    // False when closing fails, which may report a write the file system had deferred.
+    bool close() {
+        const int closing = std::exchange(fd, -1);
+        return closing < 0 || ::close(closing) == 0;
+    }
+
+private:
+    int fd;
+};
+
 }  // namespace
 
 int runReport(XmlNode reportRoot, XmlNode chartRoot, const QString& pageName,
@@ -48,12 +86,13 @@ int runReport(XmlNode reportRoot, XmlNode chartRoot, const QString& pageName,
     if (page.isEmpty())
         return fail(pageError);
     {
-        ReportGenerator generator(std::move(reportRoot), std::move(chartRoot), page,
-                                  pageRelativeBase(basePath));
-        if (!generator.isOpen())
+        PageFile file(page);
+        if (!file.isOpen())
             return fail(pageError);
-        if (selfContained)
-            generator.inlineResources(inlineResourceSet());
+        const PageFrame frame(pageRelativeBase(basePath).toStdString(),
+                              selfContained ? std::optional(inlineResourceSet()) : std::nullopt);
+        PageSink sink([&file](std::string_view bytes) { return file.write(bytes); });
+        ReportGenerator generator(std::move(reportRoot), std::move(chartRoot), sink, frame);
         if (generator.generate()) {
             // The generator fails before its first byte; the empty page replaces an earlier one,
             // as it always has, and no side folder is made.
@@ -61,7 +100,7 @@ int runReport(XmlNode reportRoot, XmlNode chartRoot, const QString& pageName,
                 outputs.keep();
             return 1;
         }
-        if (generator.writeFailed())
+        if (sink.writeFailed() || !file.close())
             return fail(pageError);
     }
 

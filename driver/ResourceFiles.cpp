@@ -22,7 +22,7 @@ bool copyResourceFile(const QString& fileName, const QString& path) {
     return target.error() == QFileDevice::NoError;
 }
 
-HtmlWriter::InlineResources inlineResourceSet() {
+PageFrame::InlineResources inlineResourceSet() {
     return {readResource(QStringLiteral("orbi.min.js")).toStdString(),
             readResource(QStringLiteral("excanvas.compiled.js")).toStdString(),
             "data:image/png;base64," + readResource(QStringLiteral("logo.png")).toBase64().toStdString()};

@@ -2,7 +2,7 @@
 // The three files the page loads from its side directory travel inside the program as
 // resource data under ":/rscFiles/".
 
-#include "html/HtmlWriter.h"
+#include "html/PageFrame.h"
 
 #include <QByteArray>
 #include <QString>
@@ -16,7 +16,7 @@ bool copyResourceFile(const QString& fileName, const QString& path);
 
 // The whole resource set for a page that carries it inside: both scripts as they are, the
 // logo as a base64 data: URI.
-HtmlWriter::InlineResources inlineResourceSet();
+PageFrame::InlineResources inlineResourceSet();
 
 // The base path as the page, lying beside its side directory, names it: its last component,
 // with the characters that a URL or the double-quoted attribute would read otherwise (% # ? \ :

@@ -10,7 +10,6 @@
 #include "report/ReportGenerator.h"
 #include "xml/XmlNode.h"
 
-#include <QString>
 
 #include <cstddef>
 #include <cstdint>
@@ -194,8 +193,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         XmlNode::parseFile(writeTemp("-g.xml", charts).c_str(), "ORB_Charts", &result);
     if (result.error != XmlError::None)
         return 0;
-    QString page;
-    ReportGenerator generator(reportRoot, chartRoot, &page, QStringLiteral("fuzz"));
-    generator.generate();
+    PageSink page([](std::string_view) { return true; });
+    const PageFrame frame("fuzz");
+    ReportGenerator(reportRoot, chartRoot, page, frame).generate();
     return 0;
 }

@@ -4,19 +4,6 @@
 
 namespace PageText {
 
-void appendText(std::string& out, std::string_view text) {
-    for (const char c : text) {
-        switch (c) {
-        case '&': out += "&amp;"; break;
-        case '<': out += "&lt;"; break;
-        case '>': out += "&gt;"; break;
-        case '"': out += "&quot;"; break;
-        case '\'': out += "&apos;"; break;
-        default: out += c;
-        }
-    }
-}
-
 size_t units(std::string_view text) noexcept {
     return TextEncoding::utf16Length(text.data(), text.size());
 }

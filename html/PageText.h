@@ -1,6 +1,5 @@
 #pragma once
-// Document text on its way into the page, as UTF-8: the escaping that keeps it from being read
-// as markup, and the cuts that count its UTF-16 units.
+// Document text (UTF-8) cut to a length the page counts in UTF-16 units, as its readers did.
 
 #include <cstddef>
 #include <string>
@@ -8,8 +7,6 @@
 
 namespace PageText {
 
-// Appends text with & < > " ' replaced by their entities: shown as it reads, never as markup.
-void appendText(std::string& out, std::string_view text);
 // Number of UTF-16 units that text stands for.
 size_t units(std::string_view text) noexcept;
 // The first count UTF-16 units of text (all of it when shorter). A cut through a character

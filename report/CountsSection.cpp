@@ -1,7 +1,8 @@
-#include "report/ReportGenerator.h"
-
+#include "html/Escape.h"
+#include "html/Markup.h"
 #include "html/NumberFormat.h"
-#include "html/XmlText.h"
+#include "report/Sections.h"
+#include "xml/XmlNumbers.h"
 
 #include <cstdint>
 
@@ -10,7 +11,7 @@ namespace {
 const char kSpacerRow[] = "\n  <tr><td colspan=\"7\"></td></tr>";
 
 std::string textOf(const XmlNode& stats, const char* attribute) {
-    return HtmlWriter::inertMarkup(xmlText(stats.attribute(attribute))).toStdString();
+    return Escape::inlineMarkup(stats.attribute(attribute));
 }
 
 int32_t integerOf(const XmlNode& stats, const char* attribute) {
@@ -27,13 +28,13 @@ double percent(int32_t part, int32_t whole) { return static_cast<double>(part) /
 // defined behaviour.
 int32_t wrapped(int64_t value) { return static_cast<int32_t>(static_cast<uint32_t>(value)); }
 
-void writeTitleRow(HtmlWriter& page, const char* title) {
+void writeTitleRow(PageSink& page, const char* title) {
     page << "\n  <tr>"
             "\n    <td colspan=\"7\" align=\"left\">" << title << "</td>"
             "\n  </tr>";
 }
 
-void writeCountRow(HtmlWriter& page, const char* label, const std::string& value) {
+void writeCountRow(PageSink& page, const char* label, const std::string& value) {
     page << "\n  <tr>"
             "\n    <td width=\"12\">&nbsp;</td>"
             "\n    <td width=\"261\" align=\"left\">" << label << "</td>"
@@ -41,7 +42,7 @@ void writeCountRow(HtmlWriter& page, const char* label, const std::string& value
             "\n  </tr>";
 }
 
-void writeSamplingRow(HtmlWriter& page, int32_t sampled, int32_t inTest, const std::string& testShare) {
+void writeSamplingRow(PageSink& page, int32_t sampled, int32_t inTest, const std::string& testShare) {
     page << "\n  <tr>"
             "\n    <td width=\"12\">&nbsp;</td>"
             "\n    <td width=\"261\" align=\"left\">After sampling</td>"
@@ -53,7 +54,7 @@ void writeSamplingRow(HtmlWriter& page, int32_t sampled, int32_t inTest, const s
             "\n  </tr>";
 }
 
-void writeCreationRow(HtmlWriter& page, int32_t inCreation, const std::string& creationShare) {
+void writeCreationRow(PageSink& page, int32_t inCreation, const std::string& creationShare) {
     page << "\n  <tr>"
             "\n    <td width=\"12\">&nbsp;</td>"
             "\n    <td>&nbsp;</td>"
@@ -65,7 +66,7 @@ void writeCreationRow(HtmlWriter& page, int32_t inCreation, const std::string& c
             "\n  </tr>";
 }
 
-void writeDatasetBlock(HtmlWriter& page, const XmlNode& stats, int32_t sampled) {
+void writeDatasetBlock(PageSink& page, const XmlNode& stats, int32_t sampled) {
     const int32_t inTest = integerOf(stats, "nLineInTestSet");
     const int32_t inCreation = integerOf(stats, "nLineInCreationSet");
     // The first two rows lack a blank before some attributes; the page keeps that.
@@ -85,7 +86,7 @@ void writeDatasetBlock(HtmlWriter& page, const XmlNode& stats, int32_t sampled) 
     page << kSpacerRow << kSpacerRow;
 }
 
-void writeAprioriRow(HtmlWriter& page, const char* label, double probability) {
+void writeAprioriRow(PageSink& page, const char* label, double probability) {
     page << "\n  <tr>"
             "\n    <td colspan=\"2\" align=\"left\">" << label << "</td>"
             "\n    <td align=\"right\">" << share(probability, 3) << "</td>"
@@ -93,7 +94,7 @@ void writeAprioriRow(HtmlWriter& page, const char* label, double probability) {
             "\n  </tr>";
 }
 
-void writeTargetBlock(HtmlWriter& page, const XmlNode& stats, int32_t sampled) {
+void writeTargetBlock(PageSink& page, const XmlNode& stats, int32_t sampled) {
     const int32_t selected = integerOf(stats, "nTargetSQL");
     const int32_t targets = integerOf(stats, "nTargetSampling");
     const int32_t inTest = integerOf(stats, "nTargetInTestSet");
@@ -111,7 +112,7 @@ void writeTargetBlock(HtmlWriter& page, const XmlNode& stats, int32_t sampled) {
     page << kSpacerRow << kSpacerRow;
 }
 
-void writeVariablesBlock(HtmlWriter& page, const XmlNode& stats) {
+void writeVariablesBlock(PageSink& page, const XmlNode& stats) {
     writeTitleRow(page, "Number of Variable");
     writeCountRow(page, "Initial Number of Columns", textOf(stats, "nColInitialCount"));
     writeCountRow(page, "Initial variable count", textOf(stats, "nCountVarStart"));
@@ -123,7 +124,7 @@ void writeVariablesBlock(HtmlWriter& page, const XmlNode& stats) {
 }
 
 // openCell differs between the two rows by one blank, which the page keeps.
-void writeMinimumSizeRow(HtmlWriter& page, const char* label, const char* openCell,
+void writeMinimumSizeRow(PageSink& page, const char* label, const char* openCell,
                          int32_t size, int32_t sampled) {
     const int32_t hundredfold = wrapped(int64_t{size} * 100);
     const std::string sizeShare = share(static_cast<double>(hundredfold) / sampled, 3);
@@ -137,7 +138,7 @@ void writeMinimumSizeRow(HtmlWriter& page, const char* label, const char* openCe
             "\n  </tr>";
 }
 
-void writeRegroupingBlock(HtmlWriter& page, const XmlNode& stats, int32_t sampled) {
+void writeRegroupingBlock(PageSink& page, const XmlNode& stats, int32_t sampled) {
     writeTitleRow(page, "Regrouping modalities of nominal variables");
     page << "\n  <tr>"
             "\n    <td width=\"12\">&nbsp;</td>"
@@ -151,21 +152,21 @@ void writeRegroupingBlock(HtmlWriter& page, const XmlNode& stats, int32_t sample
 
 }  // namespace
 
-void ReportGenerator::writeGeneralCounts() {
-    const XmlNode stats = reportRoot.childNamed("GeneralStats");
+void writeGeneralCounts(PageSink& page, const XmlNode& report, bool binaryTarget) {
+    const XmlNode stats = report.childNamed("GeneralStats");
     // Documents may carry the sampled line count under a misspelt name only.
     int32_t sampled = integerOf(stats, "nLineSampling");
     if (sampled == 0)
         sampled = integerOf(stats, "nLineSamping");
-    writeH2(QStringLiteral("General Counts"));
-    *this << "\n"
-             "\nDataset: " << textOf(stats, "configFile") << "<br>"
-             "\n" << (isBinaryTarget ? "Binary modeling" : "Continuous modeling")
-          << "\n<table width=\"700\" border=\"0\" nowrap=\"nowrap\" >";
-    writeDatasetBlock(*this, stats, sampled);
-    if (isBinaryTarget)
-        writeTargetBlock(*this, stats, sampled);
-    writeVariablesBlock(*this, stats);
-    writeRegroupingBlock(*this, stats, sampled);
-    *this << "\n</table>";
+    Markup::h2(page, "General Counts");
+    page << "\n"
+            "\nDataset: " << textOf(stats, "configFile") << "<br>"
+            "\n" << (binaryTarget ? "Binary modeling" : "Continuous modeling")
+         << "\n<table width=\"700\" border=\"0\" nowrap=\"nowrap\" >";
+    writeDatasetBlock(page, stats, sampled);
+    if (binaryTarget)
+        writeTargetBlock(page, stats, sampled);
+    writeVariablesBlock(page, stats);
+    writeRegroupingBlock(page, stats, sampled);
+    page << "\n</table>";
 }

@@ -1,8 +1,9 @@
-#include "report/ReportGenerator.h"
-
+#include "html/Escape.h"
+#include "html/Markup.h"
 #include "html/NumberFormat.h"
-#include "html/XmlText.h"
 #include "report/ChildWalk.h"
+#include "report/Sections.h"
+#include "xml/XmlNumbers.h"
 
 #include <cmath>
 #include <cstdint>
@@ -10,62 +11,57 @@
 namespace {
 
 // A removed variable is shown by its label, or by its name when it has no label.
-QString displayName(const XmlNode& variable) {
-    const QString label = xmlText(variable.attribute("label"));
-    return HtmlWriter::escapeHtml(label.isEmpty() ? xmlText(variable.attribute("name")) : label);
+std::string displayName(const XmlNode& variable) {
+    const std::string_view label = variable.attribute("label");
+    return Escape::text(label.empty() ? variable.attribute("name") : label);
 }
 
 }  // namespace
 
-void ReportGenerator::writeTechnicalParameters() {
-    const XmlNode config = reportRoot.childNamed("ORB_Config");
-    writeH2(QStringLiteral("Technical Parameters"));
+void writeTechnicalParameters(PageSink& page, const XmlNode& report) {
+    const XmlNode config = report.childNamed("ORB_Config");
+    Markup::h2(page, "Technical Parameters");
     const int32_t count = config.attributeCount();
     for (int32_t i = 0; i < count; ++i) {
-        *this << escapeHtml(xmlText(config.attributeNameAt(i))) << " = "
-              << escapeHtml(xmlText(config.attributeValueAt(i))) << "<br/>";
+        page << Escape::text(config.attributeNameAt(i)) << " = " << Escape::text(config.attributeValueAt(i))
+             << "<br/>";
         // A line feed after every tenth parameter keeps the source of the page readable.
         if ((i + 1) % 10 == 0)
-            *this << "\n";
+            page << "\n";
     }
-    *this << "<br/>\n";
+    page << "<br/>\n";
     const XmlNode description = config.childNamed("DescriptionFile");
     if (!description.isEmpty())
-        *this << "   Description file: \n  " << escapeHtml(xmlText(description.textAt(0)))
-              << "\n <br/>\n";
-    *this << "\n";
+        page << "   Description file: \n  " << Escape::text(description.textAt(0)) << "\n <br/>\n";
+    page << "\n";
 }
 
-void ReportGenerator::writePrunedVariables() {
-    writeH2(QStringLiteral("Variables that have been pruned"));
-    *this << "<p>";
-    forEachChildNamed(reportRoot.childNamed("PrunedVar"), "Var", [this](const XmlNode& variable) {
-        *this << displayName(variable) << "<br/>";
-    });
-    *this << "</p>";
+void writePrunedVariables(PageSink& page, const XmlNode& report) {
+    Markup::h2(page, "Variables that have been pruned");
+    page << "<p>";
+    forEachChildNamed(report.childNamed("PrunedVar"), "Var",
+                      [&](const XmlNode& variable) { page << displayName(variable) << "<br/>"; });
+    page << "</p>";
 }
 
-void ReportGenerator::writeSuspiciousVariables() {
-    writeH2(QStringLiteral("Suspicious Variables (removed because AUCuniv > AUCmax)"));
-    const XmlNode list = reportRoot.childNamed("VariableAboveAUCMax");
+void writeSuspiciousVariables(PageSink& page, const XmlNode& report) {
+    Markup::h2(page, "Suspicious Variables (removed because AUCuniv > AUCmax)");
+    const XmlNode list = report.childNamed("VariableAboveAUCMax");
     // Every bar is scaled by the first variable's AUC, so a later, larger one overflows its band.
     const double scale = parseDoubleOr(list.childNamed("Var").attribute("auc"), 0.0);
-    forEachChildNamed(list, "Var", [this, scale](const XmlNode& variable) {
+    forEachChildNamed(list, "Var", [&](const XmlNode& variable) {
         const double auc = parseDoubleOr(variable.attribute("auc"), 0.0);
-        *this << "<p><div>";
-        writeBar(std::fabs(auc), scale, 100);
-        *this << "&nbsp;&nbsp;&nbsp;" << NumberFormat::g(auc) << "% : " << displayName(variable)
-              << "</div></p>\n";
+        page << "<p><div>";
+        Markup::bar(page, std::fabs(auc), scale, 100);
+        page << "&nbsp;&nbsp;&nbsp;" << NumberFormat::g(auc) << "% : " << displayName(variable) << "</div></p>\n";
     });
 }
 
-void ReportGenerator::writeIgnoredVariables() {
-    writeH2(QStringLiteral("Variable Ignored"));
-    *this << "\n";
-    const XmlNode list = reportRoot.childNamed("IgnoredVariable");
+void writeIgnoredVariables(PageSink& page, const XmlNode& report) {
+    Markup::h2(page, "Variable Ignored");
+    page << "\n";
+    const XmlNode list = report.childNamed("IgnoredVariable");
     // A long list goes on one line; the separator follows the last name too.
     const char* separator = list.childCountNamed("Var") > 30 ? " ," : "<br/>";
-    forEachChildNamed(list, "Var", [this, separator](const XmlNode& variable) {
-        *this << displayName(variable) << separator;
-    });
+    forEachChildNamed(list, "Var", [&](const XmlNode& variable) { page << displayName(variable) << separator; });
 }

@@ -1,9 +1,10 @@
-#include "report/ReportGenerator.h"
-
+#include "html/Escape.h"
+#include "html/Markup.h"
 #include "html/NumberFormat.h"
 #include "html/PageText.h"
-#include "html/XmlText.h"
 #include "report/ChildWalk.h"
+#include "report/Sections.h"
+#include "xml/XmlNumbers.h"
 
 #include <cmath>
 #include <cstdint>
@@ -66,7 +67,7 @@ ModalityExtremes modalityExtremes(const XmlNode& variable) {
     const int nLine = parseIntOr(variable.attribute("nLine"), 0);
     const double sumTargetTotal = parseDoubleOr(variable.attribute("sumTargetTotal"), 0.0);
     forEachChildNamed(variable, "Modality", [&](const XmlNode& modality) {
-        const double index = ReportGenerator::modalityIndex(modality, nLine, sumTargetTotal);
+        const double index = modalityIndex(modality, nLine, sumTargetTotal);
         if (index < extremes.lowest)
             extremes.lowest = index;
         if (index != 0.0 && index < extremes.lowestNonZero)
@@ -91,41 +92,50 @@ double largestMagnitude(const XmlNode& list, int32_t count, const char* attribut
     return largest;
 }
 
-QString nameOf(const XmlNode& node) { return xmlText(node.attribute("name")); }
-
-std::string escaped(std::string_view text) {
-    std::string out;
-    PageText::appendText(out, text);
-    return out;
-}
-
-void writeRankAndNameCells(ReportGenerator& page, int rank, const XmlNode& variable) {
+void writeRankAndNameCells(PageSink& page, int rank, const XmlNode& variable) {
     page << "\n  <tr>"
             "\n    <td width=\"8\" class=\"thinline\">" << rank << "</td>"
             "\n    <td align=\"left\" nowrap=\"nowrap\" class=\"thinline\">";
-    page.writeLink(HtmlWriter::escapeHtml(nameOf(variable)), xmlText(variable.attribute("idx")));
+    Markup::link(page, Escape::text(variable.attribute("name")), variable.attribute("idx"));
     page << "</td>";
 }
 
+
 // The closing cells of both tables. No "</tr>" follows: the next "<tr>" or the table's end
 // closes the row.
-void writeModalitySummaryCells(ReportGenerator& page, const XmlNode& variable,
+void writeModalitySummaryCells(PageSink& page, const XmlNode& variable, bool binaryTarget,
                                const std::string& lowest, const std::string& highest,
                                const std::string& best) {
     page << "\n    <td class=\"blBorderLeft\" >" << lowest << "</td>"
             "\n    <td class=\"thinline\">";
-    page.writeLineSparkline(variable, page.isBinaryTarget);
+    writeLineSparkline(page, variable, binaryTarget);
     page << "</td>"
             "\n    <td class=\"greyBorderBottom\" >" << highest << "</td>"
             "\n    <td nowrap=\"nowrap\" class=\"blBorderLeft\">" << best << "</td>"
             "\n    <td class=\"blBorderLeft\">";
-    page.writeBoxSparkline(variable);
+    writeBoxSparkline(page, variable);
     page << "</td>";
 }
 
 }  // namespace
 
-double ReportGenerator::modalityIndex(const XmlNode& modality, int nLine, double sumTargetTotal) {
+void writeValueCells(PageSink& page, const XmlNode& node, const char* attributeName, double maximum,
+                     double threshold) {
+    const double value = parseDoubleOr(node.attribute(attributeName), 0.0);
+    if (maximum == 0.0)
+        maximum = 1.0;
+    if (value > threshold) {
+        page << "\n\t<td width=\"35\" class=\"blBorderLeft\" >" << NumberFormat::fixed(value, 2)
+             << "&nbsp;</td>\n\t<td width=\"45\" class=\"greyBorderBottom\" >";
+        Markup::bar(page, std::fabs(value), maximum, 40);
+        page << "</td>";
+    } else {
+        page << "\n\t<td width=\"35\" class=\"blBorderLeft\" >&nbsp;</td>"
+                "\n\t<td width=\"45\" class=\"greyBorderBottom\" >&nbsp;</td>";
+    }
+}
+
+double modalityIndex(const XmlNode& modality, int nLine, double sumTargetTotal) {
     if (nLine < 0)
         nLine = parseIntOr(modality.parent().attribute("nLine"), 0);
     if (sumTargetTotal < 0.0)
@@ -137,64 +147,65 @@ double ReportGenerator::modalityIndex(const XmlNode& modality, int nLine, double
     return (nLine * sumTarget) / (nOcc * sumTargetTotal) * 100.0;
 }
 
-void ReportGenerator::writeRankingTable() {
-    const XmlNode shortList = reportRoot.childNamed("ModelVariableShort");
-    const XmlNode longList = reportRoot.childNamed("ModelVariableLong");
+void writeRankingTable(PageSink& page, const XmlNode& report, bool binaryTarget) {
+    const XmlNode shortList = report.childNamed("ModelVariableShort");
+    const XmlNode longList = report.childNamed("ModelVariableLong");
     const int32_t count = shortList.childCount();
     const double maxImportance = largestMagnitude(shortList, count, "importance");
     const double maxAuc = largestMagnitude(longList, count, "auc");
     const double maxCorrelation =
         largestMagnitude(shortList, count, "linearCorrelationWithTarget");
     const double maxWeight = largestMagnitude(shortList, count, "weightNormalized");
-    writeH2(QStringLiteral("Discriminative Variables ranking"));
-    *this << kRankingHeader;
+    Markup::h2(page, "Discriminative Variables ranking");
+    page << kRankingHeader;
     // Only this text outlives its row: a row without a usable modality repeats the previous one.
     std::string best = " ";
     for (int32_t i = 0; i < count; ++i) {
         const XmlNode variable = shortList.childAt(i);
         const XmlNode details = longList.childAt(i);
-        writeRankAndNameCells(*this, i + 1, variable);
-        writeValueCells(variable, "importance", maxImportance, 2, -9900.0);
-        writeValueCells(details, "auc", maxAuc, 2, -kLargest);
-        writeValueCells(variable, "linearCorrelationWithTarget", maxCorrelation, 2, -kLargest);
-        writeValueCells(variable, "weightNormalized", maxWeight, 2, -kLargest);
+        writeRankAndNameCells(page, i + 1, variable);
+        writeValueCells(page, variable, "importance", maxImportance, -9900.0);
+        writeValueCells(page, details, "auc", maxAuc, -kLargest);
+        writeValueCells(page, variable, "linearCorrelationWithTarget", maxCorrelation, -kLargest);
+        writeValueCells(page, variable, "weightNormalized", maxWeight, -kLargest);
         const ModalityExtremes extremes = modalityExtremes(details);
         if (!extremes.best.isEmpty())
-            best = escaped(extremes.best.attribute("name"));
+            best = Escape::text(extremes.best.attribute("name"));
         // The cut counts the escaped text, so an entity may be split.
         best = PageText::cutToUnits(best, 33, 30);
-        writeModalitySummaryCells(*this, details, NumberFormat::fixed(extremes.lowestNonZero, 2),
+        writeModalitySummaryCells(page, details, binaryTarget, NumberFormat::fixed(extremes.lowestNonZero, 2),
                                   NumberFormat::fixed(extremes.highest, 2), best);
     }
-    *this << "\n  </table>";
+    page << "\n  </table>";
 }
 
-void ReportGenerator::writeSignaleticTable() {
-    const XmlNode list = reportRoot.childNamed("VariablesIllustrative");
+void writeSignaleticTable(PageSink& page, const XmlNode& report, bool binaryTarget) {
+    const XmlNode list = report.childNamed("VariablesIllustrative");
     const int32_t count = list.childCount();
     if (count == 0)
         return;
     const double maxAuc = largestMagnitude(list, count, "auc");
-    writeH2(QStringLiteral("Signaletic Variables"));
-    *this << kSignaleticHeader;
+    Markup::h2(page, "Signaletic Variables");
+    page << kSignaleticHeader;
     for (int32_t i = 0; i < count; ++i) {
         const XmlNode variable = list.childAt(i);
-        writeRankAndNameCells(*this, i + 1, variable);
-        writeValueCells(variable, "auc", maxAuc, 2, -1.0);
+        writeRankAndNameCells(page, i + 1, variable);
+        writeValueCells(page, variable, "auc", maxAuc, -1.0);
         const ModalityExtremes extremes = modalityExtremes(variable);
         // Without a usable modality the row shows what the link showed: the escaped variable
         // name, which the escaping below then applies to once more.
-        std::string best = extremes.best.isEmpty() ? escaped(variable.attribute("name"))
+        std::string best = extremes.best.isEmpty() ? Escape::text(variable.attribute("name"))
                                                    : std::string(extremes.best.attribute("name"));
         // Unlike the ranking table, the cut is decided on the text before escaping.
         const size_t length = PageText::units(best);
-        best = escaped(best);
+        best = Escape::text(best);
         if (length > 25)
             best = PageText::firstUnits(best, 23) + "..";
-        writeModalitySummaryCells(*this, variable, NumberFormat::g(extremes.lowest),
+        writeModalitySummaryCells(page, variable, binaryTarget, NumberFormat::g(extremes.lowest),
                                   NumberFormat::g(extremes.highest), best);
     }
-    *this << "\n  </table>";
+    page << "\n  </table>";
     for (int32_t i = 0; i < count; ++i)
-        writeImage(xmlText(list.childAt(i).attribute("graph")), QStringLiteral("graph"), 560, 512);
+        page << "<img src=\"" << Escape::attribute(list.childAt(i).attribute("graph"))
+             << "\" alt=\"graph\" width=\"560\" height=\"512\"/>";
 }

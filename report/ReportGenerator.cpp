@@ -1,9 +1,14 @@
 #include "report/ReportGenerator.h"
 
-#include "html/XmlText.h"
+#include "charts/Charts.h"
+#include "html/Escape.h"
+#include "html/Markup.h"
+#include "report/ChildWalk.h"
+#include "report/Sections.h"
 
 #include <cstdio>
 #include <optional>
+#include <string>
 #include <utility>
 
 namespace {
@@ -11,7 +16,7 @@ namespace {
 // True for a binary target ("t", "T"), false for a continuous one ("c", "C"); nothing for
 // any other value. An absent attribute or GeneralStats element counts as unknown too.
 std::optional<bool> binaryTargetFromJob(const XmlNode& reportRoot) {
-    const QString job = xmlText(reportRoot.childNamed("GeneralStats").attribute("predictionJob"));
+    const std::string_view job = reportRoot.childNamed("GeneralStats").attribute("predictionJob");
     if (job == "t" || job == "T")
         return true;
     if (job == "c" || job == "C")
@@ -21,17 +26,8 @@ std::optional<bool> binaryTargetFromJob(const XmlNode& reportRoot) {
 
 }  // namespace
 
-ReportGenerator::ReportGenerator(XmlNode reportRoot_, XmlNode chartRoot_, const QString& pageName,
-                                 const QString& basePath_)
-    : HtmlWriter(pageName, basePath_),
-      reportRoot(std::move(reportRoot_)),
-      chartRoot(std::move(chartRoot_)) {}
-
-ReportGenerator::ReportGenerator(XmlNode reportRoot_, XmlNode chartRoot_, QString* target,
-                                 const QString& basePath_)
-    : HtmlWriter(target, basePath_),
-      reportRoot(std::move(reportRoot_)),
-      chartRoot(std::move(chartRoot_)) {}
+ReportGenerator::ReportGenerator(XmlNode reportRoot_, XmlNode chartRoot_, PageSink& page_, const PageFrame& frame_)
+    : reportRoot(std::move(reportRoot_)), chartRoot(std::move(chartRoot_)), page(page_), frame(frame_) {}
 
 bool ReportGenerator::generate() {
     const std::optional<bool> binaryTarget = binaryTargetFromJob(reportRoot);
@@ -41,48 +37,36 @@ bool ReportGenerator::generate() {
         std::fflush(stdout);
         return true;
     }
-    isBinaryTarget = *binaryTarget;
-
-    writeDocumentStart();
-    writeHead();
-    *this << "\n</head>"
-             "\n<body>";
-    writeBanner(QStringLiteral("Analyst report v") + xmlText(reportRoot.attribute("version")));
-    writeTargetLine();
-    writeRankingTable();
-    writeLiftsSection();
+    writeHead(*binaryTarget);
+    writeTargetLine(page, reportRoot);
+    writeRankingTable(page, reportRoot, *binaryTarget);
+    writeLiftsSection(page, *binaryTarget);
     if (reportRoot.childNamed("VariablesIllustrative").childCount() > 0)
-        writeSignaleticTable();
-    writeGeneralCounts();
-    writeTechnicalParameters();
-    writePrunedVariables();
-    writeSuspiciousVariables();
-    writeIgnoredVariables();
-    writeVariableStatistics();
-    writeHighestUnivariateQuality();
-    *this << "\n</body>"
-             "\n</html>";
-    close();
+        writeSignaleticTable(page, reportRoot, *binaryTarget);
+    writeGeneralCounts(page, reportRoot, *binaryTarget);
+    writeTechnicalParameters(page, reportRoot);
+    writePrunedVariables(page, reportRoot);
+    writeSuspiciousVariables(page, reportRoot);
+    writeIgnoredVariables(page, reportRoot);
+    writeVariableStatistics(page, reportRoot, *binaryTarget);
+    writeHighestUnivariateQuality(page, reportRoot, *binaryTarget);
+    PageFrame::writeEnd(page);
+    page.flush();
     return false;
 }
 
 // Every chart script sits in the head; the sections write the containers they draw into.
-void ReportGenerator::writeHead() {
-    *this << "\n<head>"
-             "\n<title>ORB - analyst report</title>"
-             "\n";
-    writeScriptIncludes();
-    writeModelCharts();
-    const XmlNode modelVariables = reportRoot.childNamed("ModelVariableLong");
-    int32_t cursor = 0;
-    for (XmlNode variable = modelVariables.childNamed("Var", &cursor); !variable.isEmpty();
-         variable = modelVariables.childNamed("Var", &cursor))
-        writeModalityChart(variable, isBinaryTarget);
-    writeStyleSheet();
+void ReportGenerator::writeHead(bool binaryTarget) {
+    frame.writeHeadStart(page);
+    writeModelCharts(page, chartRoot, binaryTarget);
+    forEachChildNamed(reportRoot.childNamed("ModelVariableLong"), "Var",
+                      [&](const XmlNode& variable) { writeModalityChart(page, variable, binaryTarget); });
+    std::string caption = "Analyst report v";
+    caption += reportRoot.attribute("version");
+    frame.writeHeadEnd(page, caption);
 }
 
-void ReportGenerator::writeTargetLine() {
-    const XmlNode target = reportRoot.childNamed("Target").childNamed("HumanReadable");
-    writeH2(QStringLiteral("Target:"), QStringLiteral("display:inline"));
-    *this << " \n\t\t" << escapeHtml(xmlText(target.textAt(0))) << "\n\t";
+void writeTargetLine(PageSink& page, const XmlNode& report) {
+    Markup::h2(page, "Target:", "display:inline");
+    page << " \n\t\t" << Escape::text(report.childNamed("Target").childNamed("HumanReadable").textAt(0)) << "\n\t";
 }

@@ -1,13 +1,13 @@
-#include "report/ReportGenerator.h"
-
 #include "html/NumberFormat.h"
 #include "report/ChildWalk.h"
+#include "report/Sections.h"
+#include "xml/XmlNumbers.h"
 
 #include <cstdint>
 #include <limits>
 #include <string>
 
-void ReportGenerator::writeLineSparkline(const XmlNode& variable, bool binaryTarget) {
+void writeLineSparkline(PageSink& page, const XmlNode& variable, bool binaryTarget) {
     // nLine is read as a real here, so an absent count gives a non-finite mean, not a trap.
     const double overallMean = parseDoubleOr(variable.attribute("sumTargetTotal"), 0.0) /
                                parseDoubleOr(variable.attribute("nLine"), 0.0);
@@ -30,10 +30,10 @@ void ReportGenerator::writeLineSparkline(const XmlNode& variable, bool binaryTar
     NumberFormat::appendG(span, overallMean, 16);
     span += points;
     span += "</span>";
-    *this << span;
+    page << span;
 }
 
-void ReportGenerator::writeBoxSparkline(const XmlNode& variable) {
+void writeBoxSparkline(PageSink& page, const XmlNode& variable) {
     std::string span = "\n <span class=\"orbBox\">";
     const char* separator = "";
     forEachChildNamed(variable, "Modality", [&](const XmlNode& modality) {
@@ -45,5 +45,5 @@ void ReportGenerator::writeBoxSparkline(const XmlNode& variable) {
         NumberFormat::appendG(span, nOcc, 6);
     });
     span += "</span>";
-    *this << span;
+    page << span;
 }

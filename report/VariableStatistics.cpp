@@ -1,9 +1,10 @@
-#include "report/ReportGenerator.h"
-
+#include "html/Escape.h"
+#include "html/Markup.h"
 #include "html/NumberFormat.h"
 #include "html/PageText.h"
-#include "html/XmlText.h"
 #include "report/ChildWalk.h"
+#include "report/Sections.h"
+#include "xml/XmlNumbers.h"
 
 #include <algorithm>
 #include <charconv>
@@ -37,7 +38,7 @@ public:
         : binaryTarget_(binaryTarget), nLine_(nLine), sumTargetTotal_(sumTargetTotal) {}
 
     // Writes the whole row: span start, name column, number columns, span end.
-    void write(HtmlWriter& page, const XmlNode& modality, const char* styleClass) {
+    void write(PageSink& page, const XmlNode& modality, const char* styleClass) {
         numbers_.clear();
         appendNumbers(modality);
         const std::string_view name = modality.attribute("name");
@@ -48,7 +49,7 @@ public:
         row_ += styleClass;
         row_ += "\">\n   ";
         const size_t shown = nameUnits > kNameLimit ? kNameKept + 3 : nameUnits;
-        PageText::appendText(row_, PageText::cutToUnits(name, kNameLimit, kNameKept));
+        Escape::appendText(row_, PageText::cutToUnits(name, kNameLimit, kNameKept));
         // Entities widen the text but not what the reader sees: pad by the unescaped length.
         if (shown < kNameWidth)
             row_.append(kNameWidth - shown, ' ');
@@ -66,7 +67,7 @@ private:
     void appendNumbers(const XmlNode& modality) {
         const int32_t nOcc = parseIntOr(modality.attribute("nOcc"), 0);
         const double sumTarget = parseDoubleOr(modality.attribute("sumTarget"), 0.0);
-        const double index = ReportGenerator::modalityIndex(modality, nLine_, sumTargetTotal_);
+        const double index = modalityIndex(modality, nLine_, sumTargetTotal_);
         const bool empty = nOcc == 0;
         numbers_ += ' ';
         appendInteger(numbers_, nOcc, 10);
@@ -92,9 +93,9 @@ private:
     std::string numbers_;
 };
 
-void writeModalityTableHeader(HtmlWriter& page, const XmlNode& variable, bool binaryTarget) {
+void writeModalityTableHeader(PageSink& page, const XmlNode& variable, bool binaryTarget) {
     if (binaryTarget)
-        page << "\nUnivariate AUC=  " << HtmlWriter::inertMarkup(xmlText(variable.attribute("auc"))) << " %"
+        page << "\nUnivariate AUC=  " << Escape::inlineMarkup(variable.attribute("auc")) << " %"
                 "                                    Count       %         Count         Proba        %"
                 "\n                                                           Dataset   DataSet      Target       Target      Index ";
     else
@@ -102,85 +103,77 @@ void writeModalityTableHeader(HtmlWriter& page, const XmlNode& variable, bool bi
                 "\n                                                           Dataset   DataSet      Target       Index ";
 }
 
-void writeQualityLine(ReportGenerator& page, const XmlNode& variable, double scale) {
+void writeQualityLine(PageSink& page, const XmlNode& variable, double scale) {
     const double auc = parseDoubleOr(variable.attribute("auc"), 0.0);
     if (auc < 0.0)
         return;
     page << "<div syle=\"display: inline;\">";
-    page.writeBar(std::min(auc, scale), scale, 98);
+    Markup::bar(page, std::min(auc, scale), scale, 98);
     page << "&nbsp;&nbsp; " << NumberFormat::fixed(auc, 3, 10) << " % : ";
     // An absent mark reads as not deleted.
     const std::string_view deleted = variable.attribute("deleted");
     if (!deleted.empty() && deleted[0] == '1')
         page << "(deleted) ";
-    page.writeLink(xmlText(variable.attribute("name")), xmlText(variable.attribute("idx")));
+    Markup::link(page, variable.attribute("name"), variable.attribute("idx"));
     page << "</div>\n";
 }
 
 }  // namespace
 
-void ReportGenerator::writeVariableStatistics() {
-    writeH2(QStringLiteral("Statistics for Variables in Model"));
-    forEachChildNamed(reportRoot.childNamed("ModelVariableLong"), "Var",
-                      [this](const XmlNode& variable) { writeVariableSection(variable, isBinaryTarget); });
-}
-
-void ReportGenerator::writeVariableSection(const XmlNode& variable, bool binaryTarget) {
-    const QString label = xmlText(variable.attribute("label"));
-    const QString name = xmlText(variable.attribute("name"));
-    const QString idx = xmlText(variable.attribute("idx"));
-    // The name is the annotation of a labelled heading, and the heading itself otherwise.
-    if (label.isEmpty())
-        writeH3(name, idx, QString());
-    else
-        writeH3(label, idx, name);
-    writeModalityTable(variable, binaryTarget, parseIntOr(variable.attribute("nLine"), 0),
-                       parseDoubleOr(variable.attribute("sumTargetTotal"), 0.0));
-}
-
-void ReportGenerator::writeModalityTable(const XmlNode& variable, bool binaryTarget, int nLine,
-                                         double sumTargetTotal) {
+void writeModalityTable(PageSink& page, const XmlNode& variable, bool binaryTarget) {
     const int32_t count = variable.childCountNamed("Modality");
-    *this << "\n    <center>";
-    writeContainerDiv(xmlText(variable.attribute("idx")), count);
-    *this << "</center>"
-             "\n<pre>";
+    page << "\n    <center>";
+    Markup::chartContainer(page, variable.attribute("idx"), count);
+    page << "</center>"
+            "\n<pre>";
     // Very long tables leave out the modalities of a single line to bound the page's size.
     const bool dropSingles = count > kModalityListLimit;
     if (dropSingles)
-        *this << "\n    => The number of modalities is above 2000."
-                 "\n    => only modalities that occurs more than once will be displayed.";
-    writeModalityTableHeader(*this, variable, binaryTarget);
-    ModalityRowComposer composer(binaryTarget, nLine, sumTargetTotal);
+        page << "\n    => The number of modalities is above 2000."
+                "\n    => only modalities that occurs more than once will be displayed.";
+    writeModalityTableHeader(page, variable, binaryTarget);
+    ModalityRowComposer composer(binaryTarget, parseIntOr(variable.attribute("nLine"), 0),
+                                 parseDoubleOr(variable.attribute("sumTargetTotal"), 0.0));
     bool evenLine = true;
     forEachChildNamed(variable, "Modality", [&](const XmlNode& modality) {
         if (dropSingles && parseIntOr(modality.attribute("nOcc"), 0) <= 1)
             return;
-        composer.write(*this, modality, evenLine ? "OrbStyle_tableEvenLine" : "OrbStyle_tableOddLine");
+        composer.write(page, modality, evenLine ? "OrbStyle_tableEvenLine" : "OrbStyle_tableOddLine");
         evenLine = !evenLine;
     });
-    *this << "\n</pre>";
+    page << "\n</pre>";
 }
 
-void ReportGenerator::writeHighestUnivariateQuality() {
-    if (!isBinaryTarget)
+void writeVariableStatistics(PageSink& page, const XmlNode& report, bool binaryTarget) {
+    Markup::h2(page, "Statistics for Variables in Model");
+    forEachChildNamed(report.childNamed("ModelVariableLong"), "Var", [&](const XmlNode& variable) {
+        // The name is the annotation of a labelled heading, and the heading itself otherwise.
+        const std::string_view name = variable.attribute("name");
+        const std::string_view label = variable.attribute("label");
+        Markup::h3(page, label.empty() ? name : label, variable.attribute("idx"), label.empty() ? "" : name);
+        writeModalityTable(page, variable, binaryTarget);
+    });
+}
+
+void writeHighestUnivariateQuality(PageSink& page, const XmlNode& report, bool binaryTarget) {
+    if (!binaryTarget)
         return;
-    const XmlNode list = reportRoot.childNamed("UnivariateAUC");
+    const XmlNode list = report.childNamed("UnivariateAUC");
     const double highest = parseDoubleOr(list.attribute("highestNormalAUC"), 100.0);
     if (!(highest > 0.00001))
         return;
     // The small margin keeps the highest AUC itself one pixel short of a full bar.
     const double scale = highest + 0.0000001;
-    writeH2(QStringLiteral("Highest Univariate Quality of variables (") +
-            QString::fromStdString(NumberFormat::integer(kQualityListLength)) + QStringLiteral(" first only)"));
-    *this << "\n<span style=\"line-height:24px;\">";
+    Markup::h2(page, "Highest Univariate Quality of variables (" + NumberFormat::integer(kQualityListLength) +
+                         " first only)");
+    page << "\n<span style=\"line-height:24px;\">";
     // The limit counts positions among all children, the skipped negative AUCs included.
     int32_t cursor = 0;
     for (XmlNode variable = list.childNamed("Var", &cursor); !variable.isEmpty();
          variable = list.childNamed("Var", &cursor)) {
-        writeQualityLine(*this, variable, scale);
+        writeQualityLine(page, variable, scale);
         if (cursor >= kQualityListLength)
             break;
     }
-    *this << "\n</span>";
+    page << "\n</span>";
 }

@@ -45,25 +45,26 @@ XmlNode parse(const QString& text, std::string_view rootTag) {
     return root;
 }
 
-QString render(const XmlNode& chartRoot, const std::function<void(ReportGenerator&)>& write) {
-    QString out;
+QString render(const std::function<void(PageSink&)>& write) {
+    std::string out;
     {
-        ReportGenerator generator(XmlNode(), chartRoot, &out, QStringLiteral("base"));
-        write(generator);
+        PageSink page([&](std::string_view bytes) { return out.append(bytes), true; });
+        write(page);
     }
-    return out;
+    return QString::fromStdString(out);
 }
 
 QString renderLift(const XmlNode& chartRoot, const char* kind) {
-    return render(chartRoot, [&](ReportGenerator& g) { g.writeLiftChart(chartRoot, kind, kind); });
+    PointListCache lists;
+    return render([&](PageSink& page) { writeLiftChart(page, chartRoot, kind, kind, lists); });
 }
 
 QString renderPrediction(const XmlNode& curves, const char* kind) {
-    return render(XmlNode(), [&](ReportGenerator& g) { g.writePredictionChart(curves, kind, kind); });
+    return render([&](PageSink& page) { writePredictionChart(page, curves, kind, kind); });
 }
 
 QString renderModality(const XmlNode& variable, bool binaryTarget) {
-    return render(XmlNode(), [&](ReportGenerator& g) { g.writeModalityChart(variable, binaryTarget); });
+    return render([&](PageSink& page) { writeModalityChart(page, variable, binaryTarget); });
 }
 
 QString between(const QString& text, const QString& from, const QString& to) {

@@ -1,7 +1,7 @@
 #pragma once
 // Builders of chart documents and renderers of chart scripts for the chart tests.
 
-#include "report/ReportGenerator.h"
+#include "charts/Charts.h"
 
 #include <QString>
 #include <QStringList>
@@ -28,8 +28,8 @@ std::vector<double> pointXs(const std::string& pointList);
 // Parses a document whose root element is rootTag; fails the test on a parse error.
 XmlNode parse(const QString& text, std::string_view rootTag = "ORB_Charts");
 
-// What the writer calls produce, the generator holding the given chart root.
-QString render(const XmlNode& chartRoot, const std::function<void(ReportGenerator&)>& write);
+// What the writer calls produce.
+QString render(const std::function<void(PageSink&)>& write);
 QString renderLift(const XmlNode& chartRoot, const char* kind);
 QString renderPrediction(const XmlNode& curves, const char* kind);
 QString renderModality(const XmlNode& variable, bool binaryTarget);

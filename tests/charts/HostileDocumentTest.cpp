@@ -2,6 +2,8 @@
 // resulting pages must still parse as JavaScript, and no script element may end early.
 
 #include "ChartTestSupport.h"
+#include "report/ReportGenerator.h"
+#include "report/Sections.h"
 
 #include <gtest/gtest.h>
 
@@ -86,12 +88,11 @@ void expectValidScripts(const QString& page, int minimumScripts) {
 QString chartScripts(bool binaryTarget) {
     const XmlNode report = parse(hostileReport(binaryTarget ? "t" : "c"), "ORB_AnalystReport");
     const XmlNode charts = parse(hostileCharts());
-    return ChartTest::render(charts, [&](ReportGenerator& g) {
-        g.isBinaryTarget = binaryTarget;
-        g.writeModelCharts();
+    return ChartTest::render([&](PageSink& page) {
+        writeModelCharts(page, charts, binaryTarget);
         const XmlNode variables = report.childNamed("ModelVariableLong");
         for (int i = 0; i < variables.childCount(); ++i)
-            g.writeModalityChart(variables.childAt(i), binaryTarget);
+            writeModalityChart(page, variables.childAt(i), binaryTarget);
     });
 }
 
@@ -100,11 +101,13 @@ QString chartScripts(bool binaryTarget) {
 QString pageHead(const char* job) {
     const XmlNode report = parse(hostileReport(job), "ORB_AnalystReport");
     const XmlNode charts = parse(hostileCharts());
-    QString page;
+    std::string out;
     {
-        ReportGenerator generator(report, charts, &page, QStringLiteral("base"));
-        EXPECT_FALSE(generator.generate());
+        PageSink sink([&](std::string_view bytes) { return out.append(bytes), true; });
+        const PageFrame frame("base");
+        EXPECT_FALSE(ReportGenerator(report, charts, sink, frame).generate());
     }
+    const QString page = QString::fromStdString(out);
     return page.left(page.indexOf(u"\n</head>"));
 }
 

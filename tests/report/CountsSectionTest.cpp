@@ -9,7 +9,7 @@
 
 namespace {
 
-const Section counts = [](ReportGenerator& g) { g.writeGeneralCounts(); };
+const Section counts = writeGeneralCounts;
 
 const std::string kShareCell = "\n    <td width=\"90\" align=\"left\"  >= ";
 const std::string kSetCell = "\n    <td width=\"78\" align=\"right\" >";

@@ -34,15 +34,15 @@ std::vector<std::string> pageCases() {
 }
 
 const std::vector<std::pair<std::string, Section>> kSections = {
-    {"Discriminative Variables ranking", [](ReportGenerator& g) { g.writeRankingTable(); }},
-    {"Signaletic Variables", [](ReportGenerator& g) { g.writeSignaleticTable(); }},
-    {"General Counts", [](ReportGenerator& g) { g.writeGeneralCounts(); }},
-    {"Technical Parameters", [](ReportGenerator& g) { g.writeTechnicalParameters(); }},
-    {"Variables that have been pruned", [](ReportGenerator& g) { g.writePrunedVariables(); }},
-    {"Suspicious Variables", [](ReportGenerator& g) { g.writeSuspiciousVariables(); }},
-    {"Variable Ignored", [](ReportGenerator& g) { g.writeIgnoredVariables(); }},
-    {"Statistics for Variables in Model", [](ReportGenerator& g) { g.writeVariableStatistics(); }},
-    {"Highest Univariate Quality", [](ReportGenerator& g) { g.writeHighestUnivariateQuality(); }},
+    {"Discriminative Variables ranking", writeRankingTable},
+    {"Signaletic Variables", writeSignaleticTable},
+    {"General Counts", writeGeneralCounts},
+    {"Technical Parameters", [](PageSink& p, const XmlNode& r, bool) { writeTechnicalParameters(p, r); }},
+    {"Variables that have been pruned", [](PageSink& p, const XmlNode& r, bool) { writePrunedVariables(p, r); }},
+    {"Suspicious Variables", [](PageSink& p, const XmlNode& r, bool) { writeSuspiciousVariables(p, r); }},
+    {"Variable Ignored", [](PageSink& p, const XmlNode& r, bool) { writeIgnoredVariables(p, r); }},
+    {"Statistics for Variables in Model", writeVariableStatistics},
+    {"Highest Univariate Quality", writeHighestUnivariateQuality},
 };
 
 // The section whose heading starts with title: from its "\n<H2 " to the next one or the end

@@ -21,10 +21,10 @@ TEST_P(ParametersAndListsTest, WritesExactText) {
     EXPECT_EQ(renderSection(GetParam().document, GetParam().section), GetParam().expected);
 }
 
-const Section parameters = [](ReportGenerator& g) { g.writeTechnicalParameters(); };
-const Section pruned = [](ReportGenerator& g) { g.writePrunedVariables(); };
-const Section suspicious = [](ReportGenerator& g) { g.writeSuspiciousVariables(); };
-const Section ignored = [](ReportGenerator& g) { g.writeIgnoredVariables(); };
+const Section parameters = [](PageSink& p, const XmlNode& r, bool) { writeTechnicalParameters(p, r); };
+const Section pruned = [](PageSink& p, const XmlNode& r, bool) { writePrunedVariables(p, r); };
+const Section suspicious = [](PageSink& p, const XmlNode& r, bool) { writeSuspiciousVariables(p, r); };
+const Section ignored = [](PageSink& p, const XmlNode& r, bool) { writeIgnoredVariables(p, r); };
 
 // n attributes p1="v1" ... of ORB_Config, and the lines they give, with a line feed after
 // every tenth.

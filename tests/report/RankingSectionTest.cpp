@@ -14,8 +14,8 @@
 
 namespace {
 
-const Section ranking = [](ReportGenerator& g) { g.writeRankingTable(); };
-const Section signaletic = [](ReportGenerator& g) { g.writeSignaleticTable(); };
+const Section ranking = writeRankingTable;
+const Section signaletic = writeSignaleticTable;
 
 const std::string kBestCell = "\n    <td nowrap=\"nowrap\" class=\"blBorderLeft\">";
 const std::string kLowestCell = "\n    <td class=\"blBorderLeft\" >";

@@ -25,16 +25,16 @@ struct Generated {
 };
 
 Generated generate(const std::string& report) {
-    QString page;
     Generated g{};
     {
-        ReportGenerator generator(parse(report), XmlNode(), &page, QStringLiteral("base"));
+        PageSink page([&](std::string_view bytes) { return g.page.append(bytes), true; });
+        const PageFrame frame("base");
+        ReportGenerator generator(parse(report), XmlNode(), page, frame);
         testing::internal::CaptureStdout();
         g.failed = generator.generate();
         g.out = testing::internal::GetCapturedStdout();
-        g.binary = generator.isBinaryTarget;
     }
-    g.page = page.toStdString();
+    g.binary = g.page.find("Binary modeling") != std::string::npos;
     return g;
 }
 

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QString>
-
 #include <cstdio>
 
 XmlNode parseReport(const std::string& content) {
@@ -15,13 +13,12 @@ XmlNode parseReport(const std::string& content) {
 }
 
 std::string renderSection(const XmlNode& root, const Section& section, bool binaryTarget) {
-    QString out;
+    std::string out;
     {
-        ReportGenerator generator(root, XmlNode(), &out, QStringLiteral("base"));
-        generator.isBinaryTarget = binaryTarget;
-        section(generator);
+        PageSink page([&](std::string_view bytes) { return out.append(bytes), true; });
+        section(page, root, binaryTarget);
     }
-    return out.toStdString();
+    return out;
 }
 
 std::string renderSection(const std::string& content, const Section& section, bool binaryTarget) {

@@ -2,13 +2,16 @@
 // Runs report sections over small analysis reports written inline, so that tests can hold the
 // exact text of a section against what the page must show.
 
-#include "report/ReportGenerator.h"
+#include "html/PageSink.h"
+#include "report/Sections.h"
+#include "xml/XmlNumbers.h"
 
 #include <functional>
 #include <string>
 #include <vector>
 
-using Section = std::function<void(ReportGenerator&)>;
+// Writes one section from the report root and whether the target is binary.
+using Section = std::function<void(PageSink&, const XmlNode& report, bool binaryTarget)>;
 
 // Parses <ORB_AnalystReport>content</ORB_AnalystReport> (content in UTF-8); a parse error fails
 // the calling test and gives the empty node.

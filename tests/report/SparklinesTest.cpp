@@ -22,15 +22,15 @@ class SparklineTest : public testing::TestWithParam<SparklineCase> {};
 
 TEST_P(SparklineTest, LineSpan) {
     const XmlNode variable = parseReport(GetParam().variable).childAt(0);
-    EXPECT_EQ(renderSection(variable, [&](ReportGenerator& g) {
-                  g.writeLineSparkline(variable, GetParam().binaryTarget);
+    EXPECT_EQ(renderSection(variable, [&](PageSink& p, const XmlNode&, bool) {
+                  writeLineSparkline(p, variable, GetParam().binaryTarget);
               }),
               std::string("\n<span class=\"orbLine\">") + GetParam().line + "</span>");
 }
 
 TEST_P(SparklineTest, BoxSpan) {
     const XmlNode variable = parseReport(GetParam().variable).childAt(0);
-    EXPECT_EQ(renderSection(variable, [&](ReportGenerator& g) { g.writeBoxSparkline(variable); }),
+    EXPECT_EQ(renderSection(variable, [&](PageSink& p, const XmlNode&, bool) { writeBoxSparkline(p, variable); }),
               std::string("\n <span class=\"orbBox\">") + GetParam().box + "</span>");
 }
 
@@ -91,7 +91,7 @@ TEST_P(ModalityIndexTest, Percent) {
                                      GetParam().modality + "/></Var>");
     const XmlNode modality = root.childAt(0).childAt(0);
     const double index =
-        ReportGenerator::modalityIndex(modality, GetParam().nLine, GetParam().sumTargetTotal);
+        modalityIndex(modality, GetParam().nLine, GetParam().sumTargetTotal);
     EXPECT_EQ(NumberFormat::g(index, 17), GetParam().expected);
 }
 

@@ -14,10 +14,8 @@ std::string spaces(int n) { return std::string(static_cast<size_t>(n), ' '); }
 // The text of a modality table for one variable element (given as XML).
 std::string modalityTable(const std::string& variable, bool binaryTarget) {
     const XmlNode var = parseReport(variable).childAt(0);
-    return renderSection(var, [&](ReportGenerator& g) {
-        g.writeModalityTable(var, binaryTarget, parseIntOr(var.attribute("nLine"), 0),
-                             parseDoubleOr(var.attribute("sumTargetTotal"), 0.0));
-    }, binaryTarget);
+    return renderSection(var, [&](PageSink& p, const XmlNode&, bool) { writeModalityTable(p, var, binaryTarget); },
+                         binaryTarget);
 }
 
 // The rows of a table, each without its span tags.
@@ -192,7 +190,7 @@ TEST(VariableSectionTest, LabelIsTheHeadingAndNameItsAnnotation) {
         R"(<ModelVariableLong><Var label="Age group" name="AGE_GRP" idx="1"/><Group name="G"/>
            <Var label="" name="JOB" idx="2"/><var name="x&lt;y"/></ModelVariableLong>)";
     const std::string page =
-        renderSection(document, [](ReportGenerator& g) { g.writeVariableStatistics(); });
+        renderSection(document, writeVariableStatistics);
     EXPECT_EQ(page.substr(0, page.find("\n    <center>")),
               "\n<H2 >Statistics for Variables in Model</H2>"
               "\n\t<H3  onmouseover=\"annotationShow(this,'AGE_GRP','Age group')\" "
@@ -206,7 +204,7 @@ TEST(VariableSectionTest, LabelIsTheHeadingAndNameItsAnnotation) {
                             " ><A  name=\"label_2\" >JOB</A>", " >x&lt;y"}));
 }
 
-const Section quality = [](ReportGenerator& g) { g.writeHighestUnivariateQuality(); };
+const Section quality = writeHighestUnivariateQuality;
 
 std::string qualityBar(int dark) {
     return "<div style=\"width:100px;\" class=\"sparkContainer\" ><div style=\"width:100px;\" "
