@@ -11,35 +11,29 @@
 namespace {
 
 struct LiftSeriesSetting {
-    const char* name;
-    const char* color;
+    ChartSeries series;
     const char* element;  // child of the chart root holding the curve
     const char* curve;
-    bool coarse;
-    int yAxis;
-    int lineWidth;
-    bool showInLegend;
-    bool marker;
-    bool enableMouseTracking;
+    bool coarse = true;
 };
 
-constexpr LiftSeriesSetting quilloSeries =
-    {"quillo", "#44FF44", "prunedFull", "Quillo", false, 1, 2, false, false, false};
+constexpr LiftSeriesSetting quilloSeries = {{"quillo", "#44FF44", "line", 1, 2, false, false, false}, "prunedFull",
+                                            "Quillo", false};
 
 constexpr LiftSeriesSetting deliveredSeries[] = {
     quilloSeries,
-    {"Lift Test", "#8888AA", "prunedTest", "ROC", true, 1, 2, true, true, true},
-    {"Lift Full", "#0000AA", "prunedFull", "ROC", true, 1, 2, true, true, true},
-    {"proba", "#CC8888", "prunedFull", "Score", true, 0, 2, true, true, true},
+    {{"Lift Test", "#8888AA", "line", 1}, "prunedTest", "ROC"},
+    {{"Lift Full", "#0000AA", "line", 1}, "prunedFull", "ROC"},
+    {{"proba", "#CC8888"}, "prunedFull", "Score"},
 };
 
 constexpr LiftSeriesSetting selectedPrunedSeries[] = {
     quilloSeries,
-    {"Lift Test 99%t", "#8888AA", "prunedTest", "ROC99", true, 1, 1, true, false, false},
-    {"Lift Test 1%", "#AAAAFF", "prunedTest", "ROC1", true, 1, 1, true, false, false},
-    {"Lift Test", "#AAAAFF", "prunedTest", "ROC", true, 1, 2, true, true, true},
-    {"Lift Creation", "#FF0000", "prunedCreation", "ROC", true, 1, 2, true, true, true},
-    {"score", "#8B4513", "prunedTest", "Score", true, 0, 2, true, true, true},
+    {{"Lift Test 99%t", "#8888AA", "line", 1, 1, true, false, false}, "prunedTest", "ROC99"},
+    {{"Lift Test 1%", "#AAAAFF", "line", 1, 1, true, false, false}, "prunedTest", "ROC1"},
+    {{"Lift Test", "#AAAAFF", "line", 1}, "prunedTest", "ROC"},
+    {{"Lift Creation", "#FF0000", "line", 1}, "prunedCreation", "ROC"},
+    {{"score", "#8B4513"}, "prunedTest", "Score"},
 };
 
 // Written ahead of the table's series, so the tooltip code's series indices count it.
@@ -56,18 +50,9 @@ constexpr const char* randomDiagonal =
 std::vector<std::string> liftSeries(const XmlNode& chartRoot, std::span<const LiftSeriesSetting> settings,
                                     PointListCache& lists) {
     std::vector<std::string> texts{randomDiagonal};
-    for (const LiftSeriesSetting& setting : settings) {
-        ChartSeries series;
-        series.name = setting.name;
-        series.color = setting.color;
-        series.yAxis = setting.yAxis;
-        series.lineWidth = setting.lineWidth;
-        series.showInLegend = setting.showInLegend;
-        series.marker = setting.marker;
-        series.enableMouseTracking = setting.enableMouseTracking;
-        series.data = lists.get(chartRoot.childNamed(setting.element), setting.curve, setting.coarse, 2);
-        texts.push_back(series.scriptText());
-    }
+    for (const LiftSeriesSetting& setting : settings)
+        texts.push_back(setting.series.scriptText(
+            lists.get(chartRoot.childNamed(setting.element), setting.curve, setting.coarse, 2)));
     return texts;
 }
 

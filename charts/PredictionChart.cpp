@@ -12,27 +12,23 @@
 namespace {
 
 struct PredictionSeriesSetting {
-    const char* name;
-    const char* color;
+    ChartSeries series;
     const char* curve;  // null for the zero line, which is drawn from the x range
-    const char* type;
-    int lineWidth;
-    bool enableMouseTracking;
 };
 
 constexpr PredictionSeriesSetting deliveredSeries[] = {
-    {"Final Model Full", "#000000", "dots", "scatter", 2, true},
-    {"Perfect", "#0000FF", "Perfect", "line", 2, false},
-    {"Constant Mean", "#FF0000", "ConstantMean", "line", 2, false},
+    {{"Final Model Full", "#000000", "scatter"}, "dots"},
+    {{"Perfect", "#0000FF", "line", 0, 2, true, true, false}, "Perfect"},
+    {{"Constant Mean", "#FF0000", "line", 0, 2, true, true, false}, "ConstantMean"},
 };
 
 constexpr PredictionSeriesSetting selectedPrunedSeries[] = {
-    {"", "#000000", nullptr, "line", 3, false},
-    {"Constant", "#008800", "Constant", "line", 2, true},
-    {"Prediction Error", "#FF0000", "InterceptError", "line", 2, true},
-    {"Absolute Prediction Error", "#0000FF", "AbsoluteInterceptError", "line", 2, true},
-    {"Absolute Prediction Error High", "#AAAAFF", "AbsoluteInterceptErrorH", "line", 2, true},
-    {"Absolute Prediction Error Low", "#AAAAFF", "AbsoluteInterceptErrorL", "line", 2, true},
+    {{"", "#000000", "line", 0, 3, true, true, false}, nullptr},
+    {{"Constant", "#008800"}, "Constant"},
+    {{"Prediction Error", "#FF0000"}, "InterceptError"},
+    {{"Absolute Prediction Error", "#0000FF"}, "AbsoluteInterceptError"},
+    {{"Absolute Prediction Error High", "#AAAAFF"}, "AbsoluteInterceptErrorH"},
+    {{"Absolute Prediction Error Low", "#AAAAFF"}, "AbsoluteInterceptErrorL"},
 };
 
 struct XRange {
@@ -53,17 +49,9 @@ std::string zeroLine(XRange range) {
 std::vector<std::string> predictionSeries(const XmlNode& curves, XRange range,
                                           std::span<const PredictionSeriesSetting> settings) {
     std::vector<std::string> texts;
-    for (const PredictionSeriesSetting& setting : settings) {
-        ChartSeries series;
-        series.name = setting.name;
-        series.color = setting.color;
-        series.type = setting.type;
-        series.lineWidth = setting.lineWidth;
-        series.enableMouseTracking = setting.enableMouseTracking;
-        series.data = setting.curve ? buildPointList(curves, setting.curve, false, 16)
-                                    : zeroLine(range);
-        texts.push_back(series.scriptText());
-    }
+    for (const PredictionSeriesSetting& setting : settings)
+        texts.push_back(setting.series.scriptText(setting.curve ? buildPointList(curves, setting.curve, false, 16)
+                                                                : zeroLine(range)));
     return texts;
 }
 

@@ -6,13 +6,10 @@
 
 #include <QFile>
 
-#include <cerrno>
 #include <cstddef>
 #include <cstdio>
+#include <memory>
 #include <utility>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace {
 
@@ -43,38 +40,6 @@ bool fillSideFolder(OutputFiles& outputs, const QString& sideFolder) {
     return true;
 }
 
-// The staged page file, open for writing while the generator runs.
-class PageFile {
-public:
-    explicit PageFile(const QString& path)
-        : fd(::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {}
-    ~PageFile() { close(); }
-    PageFile(const PageFile&) = delete;
-    PageFile& operator=(const PageFile&) = delete;
-
-    bool isOpen() const { return fd >= 0; }
-    // Writes all of bytes, resuming after a partial write or an interruption.
-    bool write(std::string_view bytes) {
-        while (!bytes.empty()) {
-            const ssize_t written = ::write(fd, bytes.data(), bytes.size());
-            if (written < 0 && errno == EINTR)
-                continue;
-            if (written <= 0)
-                return false;
-            bytes.remove_prefix(static_cast<size_t>(written));
-        }
-        return true;
-    }
-    // False when closing fails, which may report a write the file system had deferred.
-    bool close() {
-        const int closing = std::exchange(fd, -1);
-        return closing < 0 || ::close(closing) == 0;
-    }
-
-private:
-    int fd;
-};
-
 }  // namespace
 
 int runReport(XmlNode reportRoot, XmlNode chartRoot, const QString& pageName,
@@ -86,12 +51,16 @@ int runReport(XmlNode reportRoot, XmlNode chartRoot, const QString& pageName,
     if (page.isEmpty())
         return fail(pageError);
     {
-        PageFile file(page);
-        if (!file.isOpen())
+        // Closed on every path; closing reports a failure of the writes still pending.
+        std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(QFile::encodeName(page).constData(), "wb"),
+                                                             std::fclose);
+        if (!file)
             return fail(pageError);
         const PageFrame frame(pageRelativeBase(basePath).toStdString(),
                               selfContained ? std::optional(inlineResourceSet()) : std::nullopt);
-        PageSink sink([&file](std::string_view bytes) { return file.write(bytes); });
+        PageSink sink([&file](std::string_view bytes) {
+            return std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
+        });
         ReportGenerator generator(std::move(reportRoot), std::move(chartRoot), sink, frame);
         if (generator.generate()) {
             // The generator fails before its first byte; the empty page replaces an earlier one,
@@ -100,7 +69,7 @@ int runReport(XmlNode reportRoot, XmlNode chartRoot, const QString& pageName,
                 outputs.keep();
             return 1;
         }
-        if (sink.writeFailed() || !file.close())
+        if (sink.writeFailed() || std::fclose(file.release()) != 0)
             return fail(pageError);
     }
 

@@ -30,20 +30,16 @@ TEST(ChartSeriesTest, ScriptTextFollowsTypeAndFlags) {
              s.showInLegend = false;
              s.enableMouseTracking = false;
              s.yAxis = 1;
-             s.stacking = "'normal'";
          },
          "line",
          "\n\t      lineWidth: 3,\n\t      marker:{radius: 1,symbol: 'diamond'},"
          "\n\t      showInLegend:false,\n\t      enableMouseTracking:false,"
-         "\n\t      yAxis: 1,\n\t      stacking: 'normal',"},
+         "\n\t      yAxis: 1,"},
     };
     for (const ScriptCase& c : cases) {
-        ChartSeries s;
-        s.name = "Lift";
-        s.color = "#0000AA";
-        s.data = "[1,2],[3,4]";
+        ChartSeries s{"Lift", "#0000AA"};
         c.adjust(s);
-        EXPECT_EQ(s.scriptText(), std::string("\n\t      name: 'Lift',\n\t      color: '#0000AA',"
+        EXPECT_EQ(s.scriptText("[1,2],[3,4]"), std::string("\n\t      name: 'Lift',\n\t      color: '#0000AA',"
                                               "\n\t      type: '") +
                                       c.type + "'," + c.options + "\n\t      data: [[1,2],[3,4]]")
             << c.options;
@@ -51,11 +47,11 @@ TEST(ChartSeriesTest, ScriptTextFollowsTypeAndFlags) {
 }
 
 TEST(ChartSeriesTest, DefaultsAreALineSeriesWithoutData) {
-    ChartSeries s;
+    ChartSeries s{"", ""};
     s.type = "x";
-    EXPECT_EQ(s.scriptText(), "\n\t      name: '',\n\t      color: '',\n\t      type: 'x',\n\t      data: []");
-    EXPECT_EQ(ChartSeries().type, "line");
-    EXPECT_EQ(ChartSeries().lineWidth, 2);
+    EXPECT_EQ(s.scriptText(""), "\n\t      name: '',\n\t      color: '',\n\t      type: 'x',\n\t      data: []");
+    EXPECT_STREQ(ChartSeries{}.type, "line");
+    EXPECT_EQ(ChartSeries{}.lineWidth, 2);
 }
 
 }  // namespace
