@@ -2,46 +2,68 @@
 // Helpers shared by the test programs: files, temporary directories and running the program.
 
 #include <QByteArray>
+#include <QDir>
+#include <QFileInfo>
+#include <QFile>
+#include <QProcess>
 #include <QString>
 #include <QStringList>
-
-#include <memory>
-
-class QTemporaryDir;
+#include <QTemporaryDir>
 
 namespace TestSupport {
 
-// Root of the source tree and of the build tree.
-QString sourceDir();
-QString binaryDir();
-// Path of the built anarep program.
-QString anarepPath();
+// Roots of the source and build trees, and the built program.
+inline QString sourceDir() { return QStringLiteral(ANAREP_SOURCE_DIR); }
+inline QString binaryDir() { return QStringLiteral(ANAREP_BINARY_DIR); }
+inline QString anarepPath() { return QStringLiteral(ANAREP_EXECUTABLE); }
 
-// Whole file, or an empty array when it cannot be read.
-QByteArray readFile(const QString& path);
-void writeFile(const QString& path, const QByteArray& bytes);
+// The whole file, or an empty array when it cannot be read.
+inline QByteArray readFile(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// Makes the file's folder when missing.
+inline void writeFile(const QString& path, const QByteArray& bytes) {
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        file.write(bytes);
+}
 
 // A fresh directory removed when the object goes.
 class TempDir {
 public:
-    TempDir();
-    ~TempDir();
-    QString path() const;
-    QString file(const QString& name) const;
+    QString path() const { return dir_.path(); }
+    QString file(const QString& name) const { return dir_.filePath(name); }
 
 private:
-    std::unique_ptr<QTemporaryDir> dir_;
+    QTemporaryDir dir_;
 };
 
 struct RunResult {
     bool timedOut = false;  // killed at the time limit
-    int exitCode = -1;
+    int exitCode = -1;      // -1 when the program crashed
     QByteArray out;
     QByteArray err;
 };
 
-// Runs anarep with the given arguments in the given directory; the limit only guards against a
-// hang.
-RunResult runAnarep(const QStringList& arguments, const QString& workingDirectory, int limitMs = 60000);
+// Runs anarep with the arguments in the directory; the limit only guards against a hang.
+inline RunResult runAnarep(const QStringList& arguments, const QString& workingDirectory, int limitMs = 60000) {
+    QProcess process;
+    process.setWorkingDirectory(workingDirectory);
+    process.start(anarepPath(), arguments);
+    RunResult result;
+    result.timedOut = !process.waitForFinished(limitMs);
+    if (result.timedOut) {
+        process.kill();
+        process.waitForFinished();
+        return result;
+    }
+    result.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    result.out = process.readAllStandardOutput();
+    result.err = process.readAllStandardError();
+    return result;
+}
 
 }  // namespace TestSupport
