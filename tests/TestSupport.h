@@ -53,17 +53,13 @@ inline RunResult runAnarep(const QStringList& arguments, const QString& workingD
     QProcess process;
     process.setWorkingDirectory(workingDirectory);
     process.start(anarepPath(), arguments);
-    RunResult result;
-    result.timedOut = !process.waitForFinished(limitMs);
-    if (result.timedOut) {
+    if (!process.waitForFinished(limitMs)) {
         process.kill();
         process.waitForFinished();
-        return result;
+        return {true, -1, {}, {}};
     }
-    result.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    result.out = process.readAllStandardOutput();
-    result.err = process.readAllStandardError();
-    return result;
+    return {false, process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            process.readAllStandardOutput(), process.readAllStandardError()};
 }
 
 }  // namespace TestSupport

@@ -24,8 +24,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const fs::path casesDir = fs::path(ANAREP_SOURCE_DIR) / "tests/xml/cases";
-
 std::string unescape(std::string_view text) {
     std::string out;
     for (size_t i = 0; i < text.size(); ++i) {
@@ -120,8 +118,7 @@ std::string children(const XmlNode& node, std::string_view name) {
 // <r>, count copies of the part, </r>: each copy must add what the part alone makes.
 std::string repeat(const std::string& part, int32_t count) {
     const std::string once = dump(XmlNode::parseString("<r>" + part + "</r>", {}, nullptr));
-    std::string text = "<r>";
-    std::string expected = "<r>";
+    std::string text = "<r>", expected = "<r>";
     for (int32_t i = 0; i < count; ++i)
         text += part, expected += once.substr(3, once.size() - 6);
     const XmlNode node = XmlNode::parseString(text + "</r>", {}, nullptr);
@@ -205,7 +202,7 @@ class XmlCasesTest : public testing::TestWithParam<const char*> {};
 
 TEST_P(XmlCasesTest, AnswersAsTheTableSays) {
     const std::string table = GetParam() + std::string(".tsv");
-    std::ifstream file(casesDir / table);
+    std::ifstream file(fs::path(ANAREP_SOURCE_DIR) / "tests/xml/cases" / table);
     ASSERT_TRUE(file) << table;
     const char* only = std::getenv("XML_ROW");
     std::string line;
