@@ -141,14 +141,14 @@ function jumpToLast(target) {
   });
 }
 
-// CPU time in ms spent so far by this process's descendants (the browser's processes), from
-// /proc; 0 where there is none. Processes that ended are not counted: read it while the tab is open.
+// CPU time in ms spent so far by each of this process's descendants (the browser's processes),
+// by process id, from /proc; empty where there is none.
 function browserCpu() {
+  const times = new Map();
   if (!existsSync('/proc/self/stat')) {
-    return 0;
+    return times;
   }
   const children = new Map();
-  const times = new Map();
   for (const entry of readdirSync('/proc')) {
     if (!/^\d+$/.test(entry)) {
       continue;
@@ -163,16 +163,25 @@ function browserCpu() {
     const fields = stat.slice(stat.lastIndexOf(')') + 2).split(' ');
     const parent = Number(fields[1]);
     children.set(parent, [...(children.get(parent) ?? []), Number(entry)]);
-    times.set(Number(entry), Number(fields[11]) + Number(fields[12]));
+    times.set(Number(entry), (Number(fields[11]) + Number(fields[12])) * 10);
   }
-  let ticks = 0;
+  const mine = new Map();
   const todo = [...(children.get(process.pid) ?? [])];
   while (todo.length) {
     const pid = todo.pop();
-    ticks += times.get(pid) ?? 0;
+    mine.set(pid, times.get(pid));
     todo.push(...(children.get(pid) ?? []));
   }
-  return ticks * 10;
+  return mine;
+}
+
+// The CPU time spent since `start` by the processes still running (one that ended is not counted).
+function cpuSince(start) {
+  let sum = 0;
+  for (const [pid, ms] of browserCpu()) {
+    sum += ms - (start.get(pid) ?? 0);
+  }
+  return sum;
 }
 
 function median(values) {
@@ -211,7 +220,7 @@ async function openOnce(browser, made, containers, jump) {
     const cpuStart = browserCpu();
     await page.goto(fileUrl(made.page), {timeout, waitUntil: 'domcontentloaded'});
     await page.waitForFunction(() => window.__pageBench.firstScreen !== null, null, {timeout});
-    const run = {errors: 0, cpuFirstScreen: browserCpu() - cpuStart};
+    const run = {errors: 0, cpuFirstScreen: cpuSince(cpuStart)};
     if (jump) {
       const target = containers.filter((id) => id.startsWith('container')).pop();
       const {start, end} = await page.evaluate(jumpToLast, target);
@@ -219,7 +228,7 @@ async function openOnce(browser, made, containers, jump) {
     } else if (options.all && !await chartsDrawn(page, containers.length, timeout)) {
       throw new Error(`${basename(made.page)}: not all of ${containers.length} charts drawn within ${options.timeout} s`);
     }
-    run.cpuDrawn = browserCpu() - cpuStart;
+    run.cpuDrawn = cpuSince(cpuStart);
     const bench = await page.evaluate(() => window.__pageBench);
     run.firstScreen = bench.firstScreen;
     run.firstScreenCharts = bench.firstScreenCharts.length;
@@ -232,6 +241,7 @@ async function openOnce(browser, made, containers, jump) {
         spans: bench.sparklines.reduce((sum, s) => sum + s.count, 0),
         layout: metric('LayoutDuration'), style: metric('RecalcStyleDuration'), script: metric('ScriptDuration'),
         layouts: (metrics.find((m) => m.name === 'LayoutCount')?.value ?? 0),
+        styles: (metrics.find((m) => m.name === 'RecalcStyleCount')?.value ?? 0),
       });
     }
     run.errors = messages.filter((m) => m.type !== 'warning').length;
@@ -302,7 +312,8 @@ function report(result) {
           + ` ${ms(median(loads.map((r) => r.sparklines)))}; chart construction ${ms(median(perChart))} in all,`
           + ` median chart ${median(loads.flatMap((r) => r.built)).toFixed(1)} ms`,
         `    browser time: layout ${ms(median(loads.map((r) => r.layout)))} (${median(loads.map((r) => r.layouts))}`
-          + ` layouts), style ${ms(median(loads.map((r) => r.style)))}, script ${ms(median(loads.map((r) => r.script)))}`);
+          + ` layouts), style ${ms(median(loads.map((r) => r.style)))} (${median(loads.map((r) => r.styles))} updates),`
+          + ` script ${ms(median(loads.map((r) => r.script)))}`);
     }
     if (runs.some((r) => r.errors)) {
       lines.push(`    browser errors: ${runs.map((r) => r.errors).join(', ')}`);
