@@ -242,6 +242,7 @@ async function openOnce(browser, made, containers, jump) {
         layout: metric('LayoutDuration'), style: metric('RecalcStyleDuration'), script: metric('ScriptDuration'),
         layouts: (metrics.find((m) => m.name === 'LayoutCount')?.value ?? 0),
         styles: (metrics.find((m) => m.name === 'RecalcStyleCount')?.value ?? 0),
+        thread: metric('ThreadTime'),
       });
     }
     run.errors = messages.filter((m) => m.type !== 'warning').length;
@@ -313,7 +314,8 @@ function report(result) {
           + ` median chart ${median(loads.flatMap((r) => r.built)).toFixed(1)} ms`,
         `    browser time: layout ${ms(median(loads.map((r) => r.layout)))} (${median(loads.map((r) => r.layouts))}`
           + ` layouts), style ${ms(median(loads.map((r) => r.style)))} (${median(loads.map((r) => r.styles))} updates),`
-          + ` script ${ms(median(loads.map((r) => r.script)))}`);
+          + ` script ${ms(median(loads.map((r) => r.script)))}; the page's main thread CPU`
+          + ` ${ms(median(loads.map((r) => r.thread)))} ${list(loads.map((r) => r.thread))}`);
     }
     if (runs.some((r) => r.errors)) {
       lines.push(`    browser errors: ${runs.map((r) => r.errors).join(', ')}`);
