@@ -396,36 +396,6 @@
     return inlineSize(this.renderTo) || getContainerBox.call(this);
   };
 
-  // The library looks for a <base> element before every chart, to work around links
-  // inside the drawing resolving against it. Without a base address differing from the
-  // page's own there is nothing to work around, and the look-up walks the whole
-  // document each time.
-  function withoutFragment(url) {
-    return String(url).split('#')[0];
-  }
-
-  var referenceURL = Highcharts.SVGRenderer.prototype.getReferenceURL;
-  Highcharts.SVGRenderer.prototype.getReferenceURL = function () {
-    if (withoutFragment(document.baseURI) === withoutFragment(window.location.href)) {
-      return '';
-    }
-    return referenceURL.call(this);
-  };
-
-  // A finished chart notes where it sits on the page for the pointer, which lays out the
-  // document once more per chart. The pointer finds out again whenever the mouse enters
-  // the chart, so the note is left until it is needed.
-  var Pointer = Highcharts.Pointer;
-  if (Pointer && Pointer.prototype.getChartPosition) {
-    var chartPosition = Pointer.prototype.getChartPosition;
-    Pointer.prototype.getChartPosition = function () {
-      if (building && !this.chartPosition) {
-        return {left: 0, top: 0, scaleX: 1, scaleY: 1};
-      }
-      return chartPosition.call(this);
-    };
-  }
-
   // Series grow into place over a second, and on a long page the animations of the
   // charts built in the last second share every frame with the chart being built. No
   // one sees a chart grow outside the window, so such a chart is drawn at once.
@@ -479,7 +449,15 @@
   // tens of megabytes with hundreds of charts a frame costs about as much as a chart:
   // the handlers are run in turn, several to a task, for up to SLICE_MS at a time. Each
   // handler's failure is still reported on its own and stops no other.
-  var SLICE_MS = 250;
+  var SLICE_MS = 500;
+
+  // A slice ends after SLICE_MS, or as soon as the reader clicks or types where the browser
+  // can tell: a jump through a link then waits for one chart, not for the slice.
+  var scheduling = window.navigator && window.navigator.scheduling;
+
+  function sliceOver(start) {
+    return now() - start >= SLICE_MS || !!(scheduling && scheduling.isInputPending && scheduling.isInputPending());
+  }
 
   if ($ && $.fn && $.fn.ready && $.readyException) {
     var ready = $.fn.ready;
@@ -493,7 +471,7 @@
         } catch (error) {
           reportFailure(error);
         }
-        if (waiting.length && now() - start >= SLICE_MS) {
+        if (waiting.length && sliceOver(start)) {
           window.setTimeout(runWaiting, 0);
           return;
         }
@@ -598,9 +576,10 @@
   }
 
   // Charts near the window first, then the others, in slices between which the browser
-  // answers the reader and draws a frame. Each frame of a long page costs about as much as
-  // a chart, so a slice holds several charts (SLICE_MS, as for the ready handlers); a jump
-  // waits for at most one slice.
+  // answers the reader and draws a frame. A frame of a long page repaints some thousand
+  // pixels of it and costs several charts, so a slice holds several charts (SLICE_MS, as
+  // for the ready handlers: half a second took a quarter less time than a quarter of one
+  // for every chart of a page); a jump waits for at most one slice, a click for one chart.
   var drawing = false;
 
   function drawSlice() {
@@ -614,7 +593,7 @@
     var start = now();
     for (var entry = nearest(); entry; entry = nearest()) {
       draw(entry);
-      if (now() - start >= SLICE_MS) {
+      if (sliceOver(start)) {
         break;
       }
     }

@@ -69,7 +69,7 @@
   }
 
   function textValues(element) {
-    var text = trim($(element).text());
+    var text = trim(element.textContent);
     return text === '' ? [] : text.split(',');
   }
 
@@ -114,15 +114,22 @@
   }
 
   function makeCanvas(element, width, height, composite) {
-    var existing = $(element).children('canvas')[0];
-    if (composite && existing) {
+    var existing = composite && $(element).children('canvas')[0];
+    if (existing) {
       return existing;
     }
     var canvas = document.createElement('canvas');
-    $(canvas)
-      .attr({width: width, height: height})
-      .css({display: 'inline-block', width: width + 'px', height: height + 'px', verticalAlign: 'top'});
-    $(element).empty().append(canvas);
+    canvas.width = width;
+    canvas.height = height;
+    canvas.style.cssText = 'display: inline-block; width: ' + width + 'px; height: ' + height + 'px; vertical-align: top';
+    // jQuery's empty() also drops the data and handlers it keeps for the elements it removes;
+    // text alone has none.
+    if (element.firstElementChild) {
+      $(element).empty();
+    } else {
+      element.textContent = '';
+    }
+    element.appendChild(canvas);
     // Internet Explorer before version 9 only draws once the emulation script adopts the element.
     if (!canvas.getContext && window.G_vmlCanvasManager) {
       canvas = window.G_vmlCanvasManager.initElement(canvas);
@@ -288,26 +295,42 @@
   // sparklines in tens of megabytes of page. Measuring and drawing each element in
   // turn would lay the page out once per element; instead every element is measured
   // first (its visibility and, for an 'auto' height, the height of one line of its
-  // text), which takes one layout, and only then are the canvases put in.
+  // text), which takes one layout, and only then are the canvases put in. Plain DOM
+  // calls rather than jQuery's here: with a thousand elements its per-call work is
+  // most of the time left besides that layout.
   function measure(jobs) {
-    $.each(jobs, function (i, job) {
+    var i, job;
+    for (i = 0; i < jobs.length; i++) {
+      job = jobs[i];
       if (job.settings.height === 'auto') {
-        job.probe = $('<span>X</span>').appendTo(job.element)[0];
+        job.probe = document.createElement('span');
+        job.probe.textContent = 'X';
+        job.element.appendChild(job.probe);
       }
-    });
-    $.each(jobs, function (i, job) {
+    }
+    var root = document.documentElement;
+    for (i = 0; i < jobs.length; i++) {
+      job = jobs[i];
       // Drawing needs a laid-out element: a hidden one would measure as zero.
-      job.shown = !job.hasContent || $(job.element).is(':visible');
-      job.attached = $.contains(document.documentElement, job.element);
+      job.shown = !job.hasContent || visible(job.element);
+      job.attached = root.contains(job.element);
       job.height = job.probe ? job.probe.offsetHeight : givenHeight(job.settings.height);
-    });
-    $.each(jobs, function (i, job) {
+    }
+    for (i = 0; i < jobs.length; i++) {
+      job = jobs[i];
       if (job.probe) {
-        $(job.probe).remove();
+        job.probe.parentNode.removeChild(job.probe);
         job.probe = null;
       }
-    });
+    }
   }
+
+  // jQuery's ':visible'.
+  function visible(element) {
+    return !!(element.offsetWidth || element.offsetHeight || element.getClientRects().length);
+  }
+
+  var ATTRIBUTES = {width: 'width', normalrangemin: 'normalRangeMin', normalrangemax: 'normalRangeMax'};
 
   $.fn.sparkline = function (values, options) {
     var fromText = values === undefined || values === 'html' || values === 'myhtml';
@@ -327,13 +350,12 @@
           settings.normalRangeMin = list.shift();
           settings.normalRangeMax = list.shift();
         } else {
-          $.each({width: 'width', normalrangemin: 'normalRangeMin', normalrangemax: 'normalRangeMax'},
-            function (attribute, option) {
-              var given = $(element).attr(attribute);
-              if (given !== undefined) {
-                settings[option] = given;
-              }
-            });
+          $.each(ATTRIBUTES, function (attribute, option) {
+            var given = element.getAttribute(attribute);
+            if (given !== null) {
+              settings[option] = given;
+            }
+          });
         }
       } else {
         list = $.makeArray(values);
@@ -342,7 +364,7 @@
         element: element,
         settings: settings,
         list: list,
-        hasContent: $(element).html() !== '',
+        hasContent: element.innerHTML !== '',
         width: pixelWidth(settings.width, type, list.length, settings.defaultPixelsPerValue)
       });
     });
@@ -350,7 +372,7 @@
     $.each(jobs, function (i, job) {
       // An element taken out of the page by an earlier one's drawing (one nested in
       // another) is left alone, as it would have been found hidden.
-      if (!job.shown || (job.attached && !$.contains(document.documentElement, job.element))) {
+      if (!job.shown || (job.attached && !document.documentElement.contains(job.element))) {
         return;
       }
       var canvas = makeCanvas(job.element, job.width, job.height, job.settings.composite);
