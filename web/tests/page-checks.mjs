@@ -1,7 +1,7 @@
 // The checks of a drawn report page, run in the page: each group lists what it finds wrong.
 // containers and spans are read from the page file; kind ('binary' or 'continuous') is given for
-// the fixtures, which have no section headings.
-export function inspectPage({containers, spans, kind, fixture}) {
+// the fixtures, which have no section headings; layoutOnly leaves out the slow hovering.
+export function inspectPage({containers, spans, kind, fixture, layoutOnly}) {
   const fontSizes = structuredClone(window.__fontSizes);
   const found = {charts: [], points: [], lifts: [], sparklines: [], links: [], tooltips: [], layout: []};
   const charts = window.Highcharts ? Highcharts.charts.filter(Boolean) : [];
@@ -56,7 +56,7 @@ export function inspectPage({containers, spans, kind, fixture}) {
       }
       // Three points hovered through the library's own call: the tooltip names the point's
       // category or its series, and every value it shows was found.
-      const inside = s.options.enableMouseTracking === false ? [] : s.points.filter((p) => p.isInside);
+      const inside = s.options.enableMouseTracking === false || layoutOnly ? [] : s.points.filter((p) => p.isInside);
       for (const p of new Set([0.06, 0.5, 0.94].map((f) => inside[Math.floor(f * inside.length)]).filter(Boolean))) {
         let shown;
         try {

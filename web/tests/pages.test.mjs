@@ -28,7 +28,7 @@ const prepared = new Map();
 
 // The page in one font set: what the checks found, the browser's messages and the requests it
 // made besides the page itself.
-async function view(browser, fonts, path, run) {
+async function view(browser, fonts, path, run, layoutOnly) {
   const page = await browser.context.newPage();
   const requests = [];
   page.on('request', (request) => request.url() !== fileUrl(path) && requests.push(request.url()));
@@ -40,7 +40,7 @@ async function view(browser, fonts, path, run) {
     const spans = Object.fromEntries(['orbLine', 'orbBox'].map((cls) => [cls,
       Array.from(html.matchAll(new RegExp(`<span class="${cls}">([^<]*)</span>`, 'g')), (m) => m[1])]));
     const drawn = await chartsDrawn(page, containers.length);
-    const found = await page.evaluate(inspectPage, {containers, spans, kind: run.kind, fixture: Boolean(run.fixture)});
+    const found = await page.evaluate(inspectPage, {containers, spans, kind: run.kind, fixture: Boolean(run.fixture), layoutOnly});
     // The font the charts were drawn in, from the browser's own account.
     const session = await page.context().newCDPSession(page);
     await Promise.all(['DOM.enable', 'CSS.enable'].map((command) => session.send(command)));
@@ -67,7 +67,7 @@ async function prepare(run) {
   }
   const made = run.fixture ? {code: 0, page: run.fixture} : await makePage(run);
   const views = made.code === 0 && existsSync(made.page)
-    ? await Promise.all(FONT_SETS.map((fonts, i) => view(browsers[i], fonts, made.page, run))) : [];
+    ? await Promise.all(FONT_SETS.map((fonts, i) => view(browsers[i], fonts, made.page, run, i > 0))) : [];
   return {made, views};
 }
 
