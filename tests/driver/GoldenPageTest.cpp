@@ -1,63 +1,21 @@
 // Whole runs held against pages made independently of this code: one case per folder of
 // tests/golden. A folder holds the run's inputs (links stay links), `args`, optionally `limit`
 // (the largest file the run may write, in bytes), and `expected/` with `stdout`, `rc`, `page`
-// (the page's path, its expected bytes beside it) and `side` (the side folder's path). Apart
-// from the page and the three files of the side folder, the run must leave its folder exactly
-// as it found it, and the page must pass check-page-scripts.mjs. The page of each run is left
-// in <build>/golden/<case>.actual.html for diffing.
+// (the page's path, its expected bytes beside it, the resources it carries shown as @name@)
+// and `side` (the side folder's path). The page of each run is left in
+// <build>/golden/<case>.actual.html for diffing.
 
 #include "RunCheck.h"
 
-#include <gtest/gtest.h>
-
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-
-#include <algorithm>
-#include <cctype>
-#include <string>
 #include <vector>
 
 namespace {
 
 using TestSupport::readFile;
 
-const QString goldenDir = TestSupport::sourceDir() + QStringLiteral("/tests/golden");
-const QString resourceNames[] = {QStringLiteral("logo.png"), QStringLiteral("orbi.min.js"),
-                                 QStringLiteral("excanvas.compiled.js")};
+const QString goldenDir = TestSupport::sourceDir() + QStringLiteral("/tests/golden/");
 
-QByteArray resource(const QString& name) { return readFile(QStringLiteral(":/rscFiles/") + name); }
-
-std::vector<std::string> caseNames() {
-    std::vector<std::string> names;
-    for (const QString& name : QDir(goldenDir).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name))
-        names.push_back(name.toStdString());
-    return names;
-}
-
-// Everything of the case but its expectations, so that the run sees only its inputs.
-void copyInputs(const QString& from, const QString& to) {
-    QDirIterator it(from, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                    QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QFileInfo source(it.next());
-        const QString relative = QDir(from).relativeFilePath(source.filePath());
-        const QString target = to + u'/' + relative;
-        if (relative.startsWith(QStringLiteral("expected")) || QStringList{"args", "about", "limit"}.contains(relative))
-            continue;
-        if (source.isSymLink())
-            QFile::link(source.symLinkTarget(), target);
-        else if (source.isDir())
-            QDir().mkpath(target);
-        else
-            TestSupport::writeFile(target, readFile(source.filePath()));
-    }
-}
-
-QString trimmed(const QByteArray& bytes) { return QString::fromUtf8(bytes).trimmed(); }
-
-std::string excerpt(const QByteArray& line) { return line.left(300).toStdString(); }
+QString note(const QString& path) { return QString::fromUtf8(readFile(path)).trimmed(); }
 
 // Empty when equal; otherwise the first differing line, numbered from 1.
 std::string firstDifference(const QByteArray& actual, const QByteArray& expected) {
@@ -67,72 +25,51 @@ std::string firstDifference(const QByteArray& actual, const QByteArray& expected
         const QByteArray al = i < a.size() ? a[i] : QByteArray("<end of file>");
         const QByteArray el = i < e.size() ? e[i] : QByteArray("<end of file>");
         if (al != el)
-            return "line " + std::to_string(i + 1) + "\n  expected: " + excerpt(el) +
-                   "\n  actual:   " + excerpt(al);
+            return "line " + std::to_string(i + 1) + "\n  expected: " + el.left(300).toStdString() +
+                   "\n  actual:   " + al.left(300).toStdString();
     }
     return actual == expected ? std::string() : "same lines, different bytes";
-}
-
-// A page that carries the resources shows each as @name@ in its expected form, which stays
-// small and readable.
-QByteArray withResourceMarks(QByteArray page) {
-    for (const QString& name : resourceNames) {
-        const QByteArray bytes = name.endsWith(u".png") ? resource(name).toBase64() : resource(name);
-        page.replace(bytes, '@' + name.toUtf8() + '@');
-    }
-    return page;
 }
 
 class GoldenPageTest : public testing::TestWithParam<std::string> {};
 
 TEST_P(GoldenPageTest, RunMatchesExpected) {
-    const QString caseDir = goldenDir + u'/' + QString::fromStdString(GetParam());
+    const QString caseDir = goldenDir + QString::fromStdString(GetParam());
     const QString expected = caseDir + QStringLiteral("/expected/");
     TestSupport::TempDir work;
-    copyInputs(caseDir, work.path());
-    RunCheck::Snapshot unchanged = RunCheck::snapshot(work.path());
-    const QStringList args = trimmed(readFile(caseDir + QStringLiteral("/args"))).split(u' ', Qt::SkipEmptyParts);
+    // Everything but the expectations and notes, so that the run sees only its inputs.
+    QProcess::execute(QStringLiteral("cp"), {QStringLiteral("-a"), caseDir + QStringLiteral("/."), work.path()});
+    QDir(work.file("expected")).removeRecursively();
+    for (const char* notes : {"args", "about", "limit"})
+        QFile::remove(work.file(QString::fromLatin1(notes)));
+    const RunCheck::Outcome outcome{note(caseDir + QStringLiteral("/args")).split(u' ', Qt::SkipEmptyParts),
+                                    note(caseDir + QStringLiteral("/limit")).toLongLong(),
+                                    readFile(expected + QStringLiteral("stdout")).toStdString(),
+                                    note(expected + QStringLiteral("rc")).toInt(), note(expected + QStringLiteral("page")),
+                                    note(expected + QStringLiteral("side"))};
 
-    const TestSupport::RunResult run =
-        RunCheck::run(args, work.path(), trimmed(readFile(caseDir + QStringLiteral("/limit"))).toULongLong());
+    QByteArray page = RunCheck::checkRun(work.path(), outcome);
 
-    EXPECT_EQ(run.exitCode, trimmed(readFile(expected + QStringLiteral("rc"))).toInt());
-    EXPECT_EQ(run.out.toStdString(), readFile(expected + QStringLiteral("stdout")).toStdString());
-    EXPECT_TRUE(run.err.isEmpty()) << run.err.toStdString();
-    RunCheck::Snapshot after = RunCheck::snapshot(work.path());
-
-    const QString page = trimmed(readFile(expected + QStringLiteral("page")));
-    if (!page.isEmpty()) {
-        ASSERT_TRUE(QFileInfo(work.file(page)).isFile()) << "no page " << page.toStdString();
-        const QByteArray actual = readFile(work.file(page));
-        TestSupport::writeFile(TestSupport::binaryDir() + QStringLiteral("/golden/") +
-                                   QString::fromStdString(GetParam()) + QStringLiteral(".actual.html"), actual);
-        const QByteArray marked = withResourceMarks(actual);
-        const std::string difference = firstDifference(marked, readFile(expected + QFileInfo(page).fileName()));
-        EXPECT_TRUE(difference.empty()) << "page differs at " << difference;
-        // The library inside a page needs a browser; the browser tests open such a page.
-        if (!actual.isEmpty() && marked == actual) {
-            EXPECT_EQ(RunCheck::pageErrors(work.file(page), 2), "");
-        }
-        unchanged[page.toStdString()] = after[page.toStdString()];
+    if (outcome.page.isEmpty())
+        return;
+    TestSupport::writeFile(TestSupport::binaryDir() + "/golden/" + QString::fromStdString(GetParam()) + ".actual.html",
+                           page);
+    for (const char* name : {"logo.png", "orbi.min.js", "excanvas.compiled.js"}) {
+        const QByteArray bytes = readFile(QStringLiteral(":/rscFiles/") + name);
+        page.replace(name == std::string("logo.png") ? bytes.toBase64() : bytes, '@' + QByteArray(name) + '@');
     }
-    const QString side = trimmed(readFile(expected + QStringLiteral("side")));
-    if (!side.isEmpty()) {
-        unchanged[side.toStdString()] = "folder";
-        for (const QString& name : resourceNames)
-            unchanged[(side + u'/' + name).toStdString()] = RunCheck::digest(resource(name));
-    }
-    EXPECT_EQ(after, unchanged) << "the run left other changes than its page and side folder";
+    const std::string difference = firstDifference(page, readFile(expected + QFileInfo(outcome.page).fileName()));
+    EXPECT_TRUE(difference.empty()) << "page differs at " << difference;
 }
 
-std::string testName(const testing::TestParamInfo<std::string>& info) {
-    std::string name = info.param;
-    for (char& c : name)
-        if (!std::isalnum(static_cast<unsigned char>(c)))
-            c = '_';
-    return name;
+std::vector<std::string> caseNames() {
+    std::vector<std::string> names;
+    for (const QString& name : QDir(goldenDir).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name))
+        names.push_back(name.toStdString());
+    return names;
 }
 
-INSTANTIATE_TEST_SUITE_P(Golden, GoldenPageTest, testing::ValuesIn(caseNames()), testName);
+INSTANTIATE_TEST_SUITE_P(Golden, GoldenPageTest, testing::ValuesIn(caseNames()),
+                         [](const auto& row) { return RunCheck::testName(row.param); });
 
 }  // namespace

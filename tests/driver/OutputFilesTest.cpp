@@ -1,5 +1,5 @@
 // What a golden run cannot reach: a file committed into a folder the run made, a link to a
-// plain file, the modes of the files written, and every character a side folder's name may hold.
+// plain file, and every character a side folder's name may hold.
 
 #include "driver/OutputFiles.h"
 #include "driver/ResourceFiles.h"
@@ -11,8 +11,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-
-#include <sys/stat.h>
 
 namespace {
 
@@ -47,26 +45,6 @@ TEST(OutputFilesTest, SymbolicLinkStaysAndItsFileIsReplaced) {
     outputs.keep();
     EXPECT_TRUE(QFileInfo(dir.file("page.html")).isSymLink());
     EXPECT_EQ(readFile(dir.file("real/page.html")), "new");
-}
-
-TEST(OutputFilesTest, ReplacedFileKeepsItsModeAndNewFileGetsTheUsualOne) {
-    TestSupport::TempDir dir;
-    writeFile(dir.file("old.html"), "earlier");
-    ASSERT_EQ(chmod(QFile::encodeName(dir.file("old.html")).constData(), 0640), 0);
-    const mode_t mask = umask(022);
-    OutputFiles outputs;
-    const QString replaced = outputs.stage(dir.file("old.html"));
-    const QString created = outputs.stage(dir.file("new.html"));
-    ASSERT_TRUE(outputs.commit(replaced) && outputs.commit(created));
-    outputs.keep();
-    umask(mask);
-    const auto mode = [&](const char* name) {
-        struct stat info {};
-        stat(QFile::encodeName(dir.file(name)).constData(), &info);
-        return info.st_mode & 0777;
-    };
-    EXPECT_EQ(mode("old.html"), 0640u);
-    EXPECT_EQ(mode("new.html"), 0644u);
 }
 
 class PageRelativeBaseTest : public testing::TestWithParam<std::pair<const char*, const char*>> {};
