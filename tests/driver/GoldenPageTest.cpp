@@ -1,54 +1,21 @@
 // Whole runs held against pages made independently of this code: one case per folder of
-// tests/golden (its inputs, `args`, and `expected/` with stdout, rc, page and side). The page
-// of each run is left in <build>/golden/<case>.actual.html for diffing.
+// tests/golden. A folder holds the run's inputs (links stay links), `args`, optionally `limit`
+// (the largest file the run may write, in bytes), and `expected/` with `stdout`, `rc`, `page`
+// (the page's path, its expected bytes beside it, the resources it carries shown as @name@)
+// and `side` (the side folder's path). The page of each run is left in
+// <build>/golden/<case>.actual.html for diffing.
 
-#include "PrintBytes.h"
-#include "TestSupport.h"
+#include "RunCheck.h"
 
-#include <gtest/gtest.h>
-
-#include <QDir>
-#include <QDirIterator>
-#include <QFile>
-#include <QFileInfo>
-
-#include <algorithm>
-#include <cctype>
-#include <map>
-#include <string>
 #include <vector>
 
 namespace {
 
-// Cases skipped until the page sections they exercise are in the program. Empty when every
-// section has landed.
-const std::map<std::string, std::string> casesAwaitingSections = {
-};
+using TestSupport::readFile;
 
-const QString goldenDir = TestSupport::sourceDir() + QStringLiteral("/tests/golden");
+const QString goldenDir = TestSupport::sourceDir() + QStringLiteral("/tests/golden/");
 
-std::vector<std::string> caseNames() {
-    std::vector<std::string> names;
-    for (const QString& name : QDir(goldenDir).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name))
-        names.push_back(name.toStdString());
-    return names;
-}
-
-// Everything of the case but its expectations, so that the run sees only its inputs.
-void copyInputs(const QString& from, const QString& to) {
-    QDirIterator it(from, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString source = it.next();
-        const QString relative = QDir(from).relativeFilePath(source);
-        if (relative.startsWith(QStringLiteral("expected/")))
-            continue;
-        TestSupport::writeFile(to + u'/' + relative, TestSupport::readFile(source));
-    }
-}
-
-QString trimmed(const QByteArray& bytes) { return QString::fromUtf8(bytes).trimmed(); }
-
-std::string excerpt(const QByteArray& line) { return line.left(300).toStdString(); }
+QString note(const QString& path) { return QString::fromUtf8(readFile(path)).trimmed(); }
 
 // Empty when equal; otherwise the first differing line, numbered from 1.
 std::string firstDifference(const QByteArray& actual, const QByteArray& expected) {
@@ -58,70 +25,51 @@ std::string firstDifference(const QByteArray& actual, const QByteArray& expected
         const QByteArray al = i < a.size() ? a[i] : QByteArray("<end of file>");
         const QByteArray el = i < e.size() ? e[i] : QByteArray("<end of file>");
         if (al != el)
-            return "line " + std::to_string(i + 1) + "\n  expected: " + excerpt(el) +
-                   "\n  actual:   " + excerpt(al);
+            return "line " + std::to_string(i + 1) + "\n  expected: " + el.left(300).toStdString() +
+                   "\n  actual:   " + al.left(300).toStdString();
     }
     return actual == expected ? std::string() : "same lines, different bytes";
-}
-
-void keepActualPage(const std::string& name, const QByteArray& page) {
-    const QString path = TestSupport::binaryDir() + QStringLiteral("/golden/") +
-                         QString::fromStdString(name) + QStringLiteral(".actual.html");
-    TestSupport::writeFile(path, page);
 }
 
 class GoldenPageTest : public testing::TestWithParam<std::string> {};
 
 TEST_P(GoldenPageTest, RunMatchesExpected) {
-    const std::string name = GetParam();
-    if (const auto pending = casesAwaitingSections.find(name); pending != casesAwaitingSections.end())
-        GTEST_SKIP() << pending->second;
-    const QString caseDir = goldenDir + u'/' + QString::fromStdString(name);
+    const QString caseDir = goldenDir + QString::fromStdString(GetParam());
     const QString expected = caseDir + QStringLiteral("/expected/");
     TestSupport::TempDir work;
-    copyInputs(caseDir, work.path());
-    const QStringList args = trimmed(TestSupport::readFile(caseDir + QStringLiteral("/args")))
-                                 .split(u' ', Qt::SkipEmptyParts);
+    // Everything but the expectations and notes, so that the run sees only its inputs.
+    QProcess::execute(QStringLiteral("cp"), {QStringLiteral("-a"), caseDir + QStringLiteral("/."), work.path()});
+    QDir(work.file("expected")).removeRecursively();
+    for (const char* notes : {"args", "about", "limit"})
+        QFile::remove(work.file(QString::fromLatin1(notes)));
+    const RunCheck::Outcome outcome{note(caseDir + QStringLiteral("/args")).split(u' ', Qt::SkipEmptyParts),
+                                    note(caseDir + QStringLiteral("/limit")).toLongLong(),
+                                    readFile(expected + QStringLiteral("stdout")).toStdString(),
+                                    note(expected + QStringLiteral("rc")).toInt(), note(expected + QStringLiteral("page")),
+                                    note(expected + QStringLiteral("side"))};
 
-    const TestSupport::RunResult run = TestSupport::runAnarep(args, work.path());
+    QByteArray page = RunCheck::checkRun(work.path(), outcome);
 
-    EXPECT_EQ(run.exitCode, trimmed(TestSupport::readFile(expected + QStringLiteral("rc"))).toInt());
-    EXPECT_EQ(run.out.toStdString(), TestSupport::readFile(expected + QStringLiteral("stdout")).toStdString());
-    EXPECT_TRUE(run.err.isEmpty()) << run.err.toStdString();
-
-    const QString page = trimmed(TestSupport::readFile(expected + QStringLiteral("page")));
-    if (!page.isEmpty()) {
-        ASSERT_TRUE(QFileInfo(work.file(page)).isFile()) << "no page " << page.toStdString();
-        const QByteArray actual = TestSupport::readFile(work.file(page));
-        keepActualPage(name, actual);
-        const std::string difference =
-            firstDifference(actual, TestSupport::readFile(expected + QFileInfo(page).fileName()));
-        EXPECT_TRUE(difference.empty()) << "page differs at " << difference;
+    if (outcome.page.isEmpty())
+        return;
+    TestSupport::writeFile(TestSupport::binaryDir() + "/golden/" + QString::fromStdString(GetParam()) + ".actual.html",
+                           page);
+    for (const char* name : {"logo.png", "orbi.min.js", "excanvas.compiled.js"}) {
+        const QByteArray bytes = readFile(QStringLiteral(":/rscFiles/") + name);
+        page.replace(name == std::string("logo.png") ? bytes.toBase64() : bytes, '@' + QByteArray(name) + '@');
     }
-
-    const QString side = trimmed(TestSupport::readFile(expected + QStringLiteral("side")));
-    if (!side.isEmpty()) {
-        for (const char* resource : {"logo.png", "orbi.min.js", "excanvas.compiled.js"})
-        {
-            const QByteArray copy = TestSupport::readFile(work.file(side) + u'/' + QString::fromUtf8(resource));
-            const QByteArray embedded = TestSupport::readFile(QStringLiteral(":/rscFiles/") + QString::fromUtf8(resource));
-            EXPECT_FALSE(copy.isEmpty()) << resource;
-            EXPECT_EQ(copy, embedded) << resource;
-        }
-    } else if (!args.isEmpty()) {
-        EXPECT_FALSE(QFileInfo::exists(work.file(args.first().chopped(4) + QStringLiteral("_files"))))
-            << "a side directory was created";
-    }
+    const std::string difference = firstDifference(page, readFile(expected + QFileInfo(outcome.page).fileName()));
+    EXPECT_TRUE(difference.empty()) << "page differs at " << difference;
 }
 
-std::string testName(const testing::TestParamInfo<std::string>& info) {
-    std::string name = info.param;
-    for (char& c : name)
-        if (!std::isalnum(static_cast<unsigned char>(c)))
-            c = '_';
-    return name;
+std::vector<std::string> caseNames() {
+    std::vector<std::string> names;
+    for (const QString& name : QDir(goldenDir).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name))
+        names.push_back(name.toStdString());
+    return names;
 }
 
-INSTANTIATE_TEST_SUITE_P(Golden, GoldenPageTest, testing::ValuesIn(caseNames()), testName);
+INSTANTIATE_TEST_SUITE_P(Golden, GoldenPageTest, testing::ValuesIn(caseNames()),
+                         [](const auto& row) { return RunCheck::testName(row.param); });
 
 }  // namespace

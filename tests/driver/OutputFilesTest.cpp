@@ -1,8 +1,9 @@
-// OutputFiles: targets replaced only by whole files, and everything a failed run made removed.
+// What a golden run cannot reach: a file committed into a folder the run made, a link to a
+// plain file, and every character a side folder's name may hold.
 
 #include "driver/OutputFiles.h"
+#include "driver/ResourceFiles.h"
 
-#include "PrintBytes.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -11,35 +12,13 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include <sys/stat.h>
-
 namespace {
 
 using TestSupport::readFile;
-using TestSupport::TempDir;
 using TestSupport::writeFile;
 
-QStringList entries(const QString& folder) {
-    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-}
-
-TEST(OutputFilesTest, TargetChangesOnlyOnCommit) {
-    TempDir dir;
-    writeFile(dir.file("page.html"), "earlier");
-    OutputFiles outputs;
-    const QString staged = outputs.stage(dir.file("page.html"));
-    ASSERT_FALSE(staged.isEmpty());
-    EXPECT_EQ(QFileInfo(staged).absolutePath(), dir.path());
-    writeFile(staged, "new");
-    EXPECT_EQ(readFile(dir.file("page.html")), "earlier");
-    ASSERT_TRUE(outputs.commit(staged));
-    outputs.keep();
-    EXPECT_EQ(readFile(dir.file("page.html")), "new");
-    EXPECT_EQ(entries(dir.path()), QStringList{"page.html"});
-}
-
 TEST(OutputFilesTest, WithoutKeepEverythingMadeGoes) {
-    TempDir dir;
+    TestSupport::TempDir dir;
     writeFile(dir.file("page.html"), "earlier");
     {
         OutputFiles outputs;
@@ -48,27 +27,14 @@ TEST(OutputFilesTest, WithoutKeepEverythingMadeGoes) {
         const QString script = outputs.stage(dir.file("side/a.js"));
         writeFile(script, "script");
         ASSERT_TRUE(outputs.commit(script));
-        writeFile(outputs.stage(dir.file("side/b.js")), "half a scr");
     }
-    EXPECT_EQ(entries(dir.path()), QStringList{"page.html"});
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+              QStringList{"page.html"});
     EXPECT_EQ(readFile(dir.file("page.html")), "earlier");
 }
 
-TEST(OutputFilesTest, ExistingFolderIsUsedAndKept) {
-    TempDir dir;
-    writeFile(dir.file("side/mine.txt"), "mine");
-    writeFile(dir.file("blocked"), "a file in the way");
-    {
-        OutputFiles outputs;
-        EXPECT_TRUE(outputs.makeDirectory(dir.file("side")));
-        EXPECT_FALSE(outputs.makeDirectory(dir.file("blocked")));
-    }
-    EXPECT_EQ(entries(dir.file("side")), QStringList{"mine.txt"});
-    EXPECT_EQ(readFile(dir.file("blocked")), "a file in the way");
-}
-
 TEST(OutputFilesTest, SymbolicLinkStaysAndItsFileIsReplaced) {
-    TempDir dir;
+    TestSupport::TempDir dir;
     writeFile(dir.file("real/page.html"), "earlier");
     ASSERT_TRUE(QFile::link(dir.file("real/page.html"), dir.file("page.html")));
     OutputFiles outputs;
@@ -81,30 +47,21 @@ TEST(OutputFilesTest, SymbolicLinkStaysAndItsFileIsReplaced) {
     EXPECT_EQ(readFile(dir.file("real/page.html")), "new");
 }
 
-TEST(OutputFilesTest, DeviceIsWrittenInPlace) {
-    TempDir dir;
-    ASSERT_TRUE(QFile::link(QStringLiteral("/dev/null"), dir.file("page.html")));
-    OutputFiles outputs;
-    EXPECT_EQ(outputs.stage(dir.file("page.html")), QStringLiteral("/dev/null"));
-    EXPECT_TRUE(outputs.commit(QStringLiteral("/dev/null")));
+class PageRelativeBaseTest : public testing::TestWithParam<std::pair<const char*, const char*>> {};
+
+// The page lies beside its side folder: it names it by the last component, in a form that the
+// browser resolves to that very file name.
+TEST_P(PageRelativeBaseTest, NamesTheSideFolderFromBesideIt) {
+    EXPECT_EQ(pageRelativeBase(QString::fromUtf8(GetParam().first)).toStdString(), GetParam().second);
 }
 
-TEST(OutputFilesTest, ReplacedFileKeepsItsModeAndNewFileGetsTheUsualOne) {
-    TempDir dir;
-    writeFile(dir.file("old.html"), "earlier");
-    ASSERT_EQ(chmod(QFile::encodeName(dir.file("old.html")).constData(), 0640), 0);
-    const mode_t mask = umask(022);
-    OutputFiles outputs;
-    const QString replaced = outputs.stage(dir.file("old.html"));
-    const QString created = outputs.stage(dir.file("new.html"));
-    ASSERT_TRUE(outputs.commit(replaced) && outputs.commit(created));
-    outputs.keep();
-    umask(mask);
-    struct stat info {};
-    ASSERT_EQ(stat(QFile::encodeName(dir.file("old.html")).constData(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0640u);
-    ASSERT_EQ(stat(QFile::encodeName(dir.file("new.html")).constData(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0644u);
-}
+INSTANTIATE_TEST_SUITE_P(Driver, PageRelativeBaseTest, testing::Values(
+    std::pair("runs/model_analysisReport", "model_analysisReport"),
+    std::pair("/srv/a b/Données v2", "Données v2"),
+    std::pair("runs/", ""),
+    std::pair("50% #3?.x", "50%25 %233%3F.x"),
+    std::pair("c:\\x", "c%3A%5Cx"),
+    std::pair("a\"b&c", "a%22b%26c"),
+    std::pair("  two\tlines\n\x7f", "%20 two%09lines%0A%7F")));
 
 }  // namespace
