@@ -15,8 +15,10 @@ import {inspectPage, watchFontSizes} from './page-checks.mjs';
 
 const example = pairRun(EXAMPLES, join(EXAMPLES, 'breast_cancer_analysisReport.xml'), 'examples');
 const odd = 'runs/housing #1 50%';
+// The drv_ cases hold degenerate and hostile documents for the program's messages and limits: the
+// run check proves their pages whole, but a curve of one repeated point has nothing to draw.
 const RUNS = [
-  ...reportRuns(),
+  ...reportRuns().filter((run) => !run.label.startsWith('golden/drv_')),
   {...example, label: 'self-contained page', args: ['--self-contained', ...example.args], alone: true},
   {label: 'odd names, given from the folder above', page: `${odd}.html`, args: [`${odd}.xml`, `${odd} charts.xml`], files: ['runs'],
     renamed: {'housing.xml': `${odd}.xml`, 'housing_charts.xml': `${odd} charts.xml`}},
