@@ -3,7 +3,6 @@
 
 #include "driver/OutputFiles.h"
 #include "driver/ResourceFiles.h"
-
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
