@@ -45,8 +45,8 @@ TEST_P(GoldenPageTest, RunMatchesExpected) {
     const RunCheck::Outcome outcome{note(caseDir + QStringLiteral("/args")).split(u' ', Qt::SkipEmptyParts),
                                     note(caseDir + QStringLiteral("/limit")).toLongLong(),
                                     readFile(expected + QStringLiteral("stdout")).toStdString(),
-                                    note(expected + QStringLiteral("rc")).toInt(), note(expected + QStringLiteral("page")),
-                                    note(expected + QStringLiteral("side"))};
+                                    note(expected + QStringLiteral("rc")).toInt(),
+                                    note(expected + QStringLiteral("page")), note(expected + QStringLiteral("side"))};
 
     QByteArray page = RunCheck::checkRun(work.path(), outcome);
 

@@ -60,9 +60,10 @@ std::vector<HostileCase> cases() {
         made("zero byte inside the report", [] { return wineWith(true, "<ORB", QByteArray(1, '\0')); }, {}, badReport),
     };
     // A whole document with a sparse tail of zero bytes: a size taken modulo 2^32 sees it alone.
-    for (const auto& [what, report, gigabytes] : {std::tuple("report", true, 2), {"report", true, 4}, {"charts", false, 4}})
+    for (const auto& [what, report, gigabytes] :
+         {std::tuple("report", true, 2), {"report", true, 4}, {"charts", false, 4}})
         all.push_back({std::string(what) + " of " + std::to_string(gigabytes) + " GB", [=](QFile& r, QFile& c) {
-                           made("", {}, {}, "").write(r, c);
+                           made("the wine sample", {}, {}, "").write(r, c);
                            QFile& big = report ? r : c;
                            ASSERT_TRUE(big.resize(big.size() + (qint64(gigabytes) << 30))) << "no sparse file here";
                        }, report ? badReport : badCharts});
@@ -85,28 +86,23 @@ std::vector<HostileCase> cases() {
 
 class HostileInputTest : public testing::TestWithParam<HostileCase> {};
 
+// The case's two documents, as the run expects them, in folder.
+void writeDocuments(const QString& folder, const HostileCase& c) {
+    QFile report(folder + QStringLiteral("/run_analysisReport.xml"));
+    QFile charts(folder + QStringLiteral("/run_graphs.xml"));
+    ASSERT_TRUE(report.open(QIODevice::WriteOnly) && charts.open(QIODevice::WriteOnly));
+    c.write(report, charts);
+}
+
 TEST_P(HostileInputTest, RefusedWithItsMessage) {
-    const HostileCase& c = GetParam();
     TestSupport::TempDir dir;
-    {
-        QFile report(dir.file("run_analysisReport.xml")), charts(dir.file("run_graphs.xml"));
-        ASSERT_TRUE(report.open(QIODevice::WriteOnly) && charts.open(QIODevice::WriteOnly));
-        c.write(report, charts);
-    }
+    writeDocuments(dir.path(), GetParam());
     if (!HasFatalFailure())
-        RunCheck::checkRun(dir.path(), {{"run_analysisReport.xml"}, 0, c.out, 1, {}, {}});
+        RunCheck::checkRun(dir.path(), {{"run_analysisReport.xml"}, 0, GetParam().out, 1, {}, {}});
 }
 
 INSTANTIATE_TEST_SUITE_P(Driver, HostileInputTest, testing::ValuesIn(cases()),
                          [](const auto& row) { return RunCheck::testName(row.param.what); });
-
-// The wine sample (a page of about 90 KB) and an earlier page, in folder.
-void writeInputs(const QString& folder) {
-    const QString sample = TestSupport::sourceDir() + QStringLiteral("/tests/golden/public-wine/");
-    for (const char* name : {"wine_analysisReport.xml", "wine_graphs.xml"})
-        TestSupport::writeFile(folder + u'/' + name, TestSupport::readFile(sample + name));
-    TestSupport::writeFile(folder + QStringLiteral("/wine_analysisReport.html"), "earlier page");
-}
 
 // Stopped while its page waits under a temporary name: the earlier side folder's logo is a pipe
 // that nobody reads, so the run blocks there until the signal comes.
@@ -114,14 +110,15 @@ class InterruptedRunTest : public testing::TestWithParam<int> {};
 
 TEST_P(InterruptedRunTest, LeavesNoTemporaryFile) {
     TestSupport::TempDir dir;
-    writeInputs(dir.path());
-    QDir().mkdir(dir.file("wine_analysisReport_files"));
-    ASSERT_EQ(mkfifo(QFile::encodeName(dir.file("wine_analysisReport_files/logo.png")).constData(), 0644), 0);
+    writeDocuments(dir.path(), made("the wine sample", {}, {}, ""));
+    TestSupport::writeFile(dir.file("run_analysisReport.html"), "earlier page");
+    QDir().mkdir(dir.file("run_analysisReport_files"));
+    ASSERT_EQ(mkfifo(QFile::encodeName(dir.file("run_analysisReport_files/logo.png")).constData(), 0644), 0);
     const RunCheck::Snapshot before = RunCheck::snapshot(dir.path());
 
     QProcess process;
     process.setWorkingDirectory(dir.path());
-    process.start(TestSupport::anarepPath(), {"wine_analysisReport.xml"});
+    process.start(TestSupport::anarepPath(), {"run_analysisReport.xml"});
     QElapsedTimer waited;
     waited.start();
     while (RunCheck::snapshot(dir.path()).size() == before.size() && waited.elapsed() < 60000)

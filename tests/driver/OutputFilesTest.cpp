@@ -3,7 +3,6 @@
 
 #include "driver/OutputFiles.h"
 #include "driver/ResourceFiles.h"
-
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -24,6 +23,7 @@ TEST(OutputFilesTest, WithoutKeepEverythingMadeGoes) {
         OutputFiles outputs;
         writeFile(outputs.stage(dir.file("page.html")), "new page");
         ASSERT_TRUE(outputs.makeDirectory(dir.file("side")));
+        EXPECT_FALSE(outputs.makeDirectory(dir.file("page.html")));
         const QString script = outputs.stage(dir.file("side/a.js"));
         writeFile(script, "script");
         ASSERT_TRUE(outputs.commit(script));

@@ -40,12 +40,15 @@ inline Snapshot snapshot(const QString& folder) {
         const QFileInfo info(it.next());
         struct stat st {};
         lstat(QFile::encodeName(info.filePath()).constData(), &st);
-        entries[QDir(folder).relativeFilePath(info.filePath()).toStdString()] =
-            info.isSymLink() ? "link to " + info.symLinkTarget().toStdString()
-            : info.isDir()   ? "folder"
-            : !info.isFile() ? "special"
-            : info.size() > (qint64(1) << 30) ? std::to_string(info.size()) + " bytes"
-                             : file(st.st_mode, TestSupport::readFile(info.filePath()));
+        std::string& entry = entries[QDir(folder).relativeFilePath(info.filePath()).toStdString()];
+        if (info.isSymLink())
+            entry = "link to " + info.symLinkTarget().toStdString();
+        else if (!info.isFile())
+            entry = info.isDir() ? "folder" : "special";
+        else if (info.size() >> 30)
+            entry = std::to_string(info.size());
+        else
+            entry = file(st.st_mode, TestSupport::readFile(info.filePath()));
     }
     return entries;
 }
@@ -61,8 +64,7 @@ struct Outcome {
     qint64 fileSizeLimit;  // the largest file the run may write, in bytes; 0: no limit
     std::string out;
     int exitCode;
-    QString page;  // where a page is expected, or empty
-    QString side;  // where a side folder is expected, or empty
+    QString page, side;  // where a page and a side folder are expected, or empty
 };
 
 // Runs the program in folder and checks the outcome. Answers the page, or nothing.
