@@ -41,9 +41,6 @@ public:
     int32_t written() const noexcept { return written_; }
 
 private:
-    static Base64Status decodeQuanta(std::string_view text, unsigned char* destination, int32_t length,
-                                     XmlError* error, int32_t& written) noexcept;
-
     unsigned char* buffer_ = nullptr;
     int32_t capacity_ = 0;
     int32_t written_ = 0;
