@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstdint>
 #include <utility>
 
 namespace {

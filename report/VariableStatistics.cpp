@@ -7,8 +7,6 @@
 #include "xml/XmlNumbers.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <string>
 
 namespace {
 

@@ -4,9 +4,6 @@
 
 #include "xml/XmlNode.h"
 
-#include <cstdint>
-#include <string_view>
-
 // Outcome of decodeInto.
 enum Base64Status : int32_t {
     Base64Failed = 0,    // bad character, or more data than expected

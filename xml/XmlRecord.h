@@ -5,9 +5,7 @@
 #include "xml/XmlNode.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <memory>
-#include <string_view>
 #include <vector>
 
 // The text of one document, shared by all of its records: the loaded (or converted) UTF-8 that

@@ -6,8 +6,6 @@
 #include "xml/XmlRecord.h"
 
 #include <array>
-#include <cstdint>
-#include <vector>
 
 // Kinds of token; the numbers are stable.
 enum class XmlTokenKind : int32_t {
