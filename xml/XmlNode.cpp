@@ -213,18 +213,15 @@ XmlNode XmlNode::childNamed(std::string_view childName, int32_t* cursor) const n
 XmlNode XmlNode::childNamedNth(std::string_view childName, int32_t n) const noexcept {
     if (data_ == nullptr)
         return emptyNode();
-    if (n < 0) {
-        for (int32_t i = data_->childCount - 1; i >= 0; --i) {
-            if (xmlNamesEqual(data_->children[i]->name, childName))
-                return XmlNode(data_->children[i]);
-        }
-        return emptyNode();
-    }
+    XmlNodeData* last = nullptr;
     for (int32_t i = 0; i < data_->childCount; ++i) {
-        if (xmlNamesEqual(data_->children[i]->name, childName) && n-- == 0)
+        if (!xmlNamesEqual(data_->children[i]->name, childName))
+            continue;
+        if (n >= 0 && n-- == 0)
             return XmlNode(data_->children[i]);
+        last = data_->children[i];
     }
-    return emptyNode();
+    return n < 0 ? XmlNode(last) : emptyNode();
 }
 
 XmlNode XmlNode::parent() const noexcept {
