@@ -5,8 +5,6 @@
 #include "html/PageSink.h"
 #include "xml/XmlNode.h"
 
-#include <string>
-#include <string_view>
 #include <vector>
 
 struct ChartFrame {

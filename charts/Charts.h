@@ -3,7 +3,6 @@
 
 #include "charts/PointList.h"
 #include "html/PageSink.h"
-#include "xml/XmlNode.h"
 
 // The lift chart of a binary target drawn into the element kind ("delivered" or
 // "selectedPruned"), its curves read below chartRoot and kept in lists.

@@ -11,8 +11,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
-#include <string>
 
 namespace {
 

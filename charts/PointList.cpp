@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstdint>
 #include <utility>
 
 namespace {
@@ -28,17 +27,13 @@ struct DoubleArray {
         if (index.shape() == Base64Index::Shape::Unusable)
             return;
         int32_t decodedLength = 0;
-        XmlError error = XmlError::None;
-        const auto* decoded = decoder.decode(text, &decodedLength, &error);
+        const auto* decoded = decoder.decode(text, &decodedLength, nullptr);
         if (!decoded || decodedLength <= 0)
             return;
         bytes = decoded;
         length = decodedLength;
         validBytes = decoder.written();
     }
-    ~DoubleArray() { decoder.freeBuffer(); }
-    DoubleArray(const DoubleArray&) = delete;
-    DoubleArray& operator=(const DoubleArray&) = delete;
 
     bool holds(int64_t count) const { return count >= 1 && validBytes >= count * 8; }
 

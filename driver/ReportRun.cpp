@@ -6,7 +6,6 @@
 
 #include <QFile>
 
-#include <cstddef>
 #include <cstdio>
 #include <memory>
 #include <utility>
@@ -15,12 +14,6 @@ namespace {
 
 const QString resourceNames[] = {QStringLiteral("logo.png"), QStringLiteral("orbi.min.js"),
                                  QStringLiteral("excanvas.compiled.js")};
-
-int fail(const char* line) {
-    std::printf("%s", line);
-    std::fflush(stdout);
-    return 1;
-}
 
 // Every resource file is written whole before any of them replaces an earlier one, so that a
 // failure leaves an earlier side folder as it was.
@@ -42,6 +35,12 @@ bool fillSideFolder(OutputFiles& outputs, const QString& sideFolder) {
 
 }  // namespace
 
+int printOutcome(const char* line, int exitCode) {
+    std::printf("%s", line);
+    std::fflush(stdout);
+    return exitCode;
+}
+
 int runReport(XmlNode reportRoot, XmlNode chartRoot, const QString& pageName,
               const QString& basePath, bool selfContained) {
     const char* const pageError = "Error: Cannot write the page file\n";
@@ -49,13 +48,13 @@ int runReport(XmlNode reportRoot, XmlNode chartRoot, const QString& pageName,
     OutputFiles outputs;
     const QString page = outputs.stage(pageName);
     if (page.isEmpty())
-        return fail(pageError);
+        return printOutcome(pageError, 1);
     {
         // Closed on every path; closing reports a failure of the writes still pending.
         std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(QFile::encodeName(page).constData(), "wb"),
                                                              std::fclose);
         if (!file)
-            return fail(pageError);
+            return printOutcome(pageError, 1);
         const PageFrame frame(pageRelativeBase(basePath).toStdString(),
                               selfContained ? std::optional(inlineResourceSet()) : std::nullopt);
         PageSink sink([&file](std::string_view bytes) {
@@ -70,16 +69,14 @@ int runReport(XmlNode reportRoot, XmlNode chartRoot, const QString& pageName,
             return 1;
         }
         if (sink.writeFailed() || std::fclose(file.release()) != 0)
-            return fail(pageError);
+            return printOutcome(pageError, 1);
     }
 
     // The page appears only once its scripts are in place beside it.
     if (!selfContained && !fillSideFolder(outputs, basePath + QStringLiteral("_files")))
-        return fail("Error: Cannot write the side folder\n");
+        return printOutcome("Error: Cannot write the side folder\n", 1);
     if (!outputs.commit(page))
-        return fail(pageError);
+        return printOutcome(pageError, 1);
     outputs.keep();
-    std::printf("All Ok.\n");
-    std::fflush(stdout);
-    return 0;
+    return printOutcome("All Ok.\n", 0);
 }

@@ -14,3 +14,6 @@
 // each failure prints its own line.
 int runReport(XmlNode reportRoot, XmlNode chartRoot, const QString& pageName,
               const QString& basePath, bool selfContained);
+
+// Prints the run's one line of outcome and answers the exit code.
+int printOutcome(const char* line, int exitCode);

@@ -2,27 +2,18 @@
 // Every outcome is one line on standard output and the exit code; standard error stays silent.
 
 #include "driver/ReportRun.h"
-#include "xml/XmlNode.h"
 
 #include <QByteArray>
 #include <QLocale>
-#include <QString>
 #include <QtGlobal>
 
 #include <clocale>
-#include <cstdio>
-#include <string_view>
 
 namespace {
 
 // Qt reports some file and directory failures as warnings on standard error; the run reports
 // its outcome only through its own line, so they are dropped.
 void discardMessage(QtMsgType, const QMessageLogContext&, const QString&) {}
-
-void printLine(const char* line) {
-    std::printf("%s", line);
-    std::fflush(stdout);
-}
 
 const char* const helpText =
     "anarep " ANAREP_VERSION ": turns the two XML result files of a predictive-modelling run into one HTML\n"
@@ -79,38 +70,28 @@ int main(int argc, char** argv) {
     qInstallMessageHandler(discardMessage);
     // Options are recognised in first place only, so that any other argument still names a file.
     const std::string_view option = argc > 1 ? argv[1] : "";
-    if (option == "--help" || option == "-h") {
-        printLine(helpText);
-        return 0;
-    }
-    if (option == "--version") {
-        printLine("anarep " ANAREP_VERSION "\n");
-        return 0;
-    }
+    if (option == "--help" || option == "-h")
+        return printOutcome(helpText, 0);
+    if (option == "--version")
+        return printOutcome("anarep " ANAREP_VERSION "\n", 0);
     const bool selfContained = option == "--self-contained";
     if (selfContained) {
         --argc;
         ++argv;
     }
-    if (argc < 2) {
-        printLine("anarep v" ANAREP_VERSION "\nUsage: anarep <xmlFile> [<graph-file>]\n");
-        return 0;
-    }
+    if (argc < 2)
+        return printOutcome("anarep v" ANAREP_VERSION "\nUsage: anarep <xmlFile> [<graph-file>]\n", 0);
     // Every number read from the documents or written to the page uses a point and no grouping.
     std::setlocale(LC_NUMERIC, "C");
     QLocale::setDefault(QLocale::c());
 
     const XmlNode reportRoot = loadDocument(QByteArray(argv[1]), "ORB_AnalystReport");
-    if (reportRoot.isEmpty()) {
-        printLine("Error: Invalid AnalystReport file\n");
-        return 1;
-    }
+    if (reportRoot.isEmpty())
+        return printOutcome("Error: Invalid AnalystReport file\n", 1);
     // Declared after the report root so that it is released first.
     const XmlNode chartRoot = loadDocument(chartPathFor(argc, argv), "ORB_Charts");
-    if (chartRoot.isEmpty()) {
-        printLine("Error: Invalid Graph file\n");
-        return 1;
-    }
+    if (chartRoot.isEmpty())
+        return printOutcome("Error: Invalid Graph file\n", 1);
 
     // The last four characters go whatever they are; the rest stays exactly as typed.
     QString basePath = QString::fromLocal8Bit(argv[1]);

@@ -1,7 +1,8 @@
 #include "html/Escape.h"
 
+#include "xml/XmlNode.h"
+
 #include <array>
-#include <cctype>
 
 namespace Escape {
 namespace {
@@ -10,15 +11,6 @@ bool isAsciiLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 
 
 bool isAsciiLetterOrDigit(char c) { return isAsciiLetter(c) || (c >= '0' && c <= '9'); }
 
-bool equalsIgnoringCase(std::string_view text, std::string_view lower) {
-    if (text.size() != lower.size())
-        return false;
-    for (size_t i = 0; i < text.size(); ++i)
-        if (std::tolower(static_cast<unsigned char>(text[i])) != lower[i])
-            return false;
-    return true;
-}
-
 // The inline formatting elements that document texts use for emphasis. Any other element could
 // restructure the page (a heading, a list, a form control swallowing what follows) or hide it.
 bool isInlineFormatting(std::string_view name) {
@@ -26,7 +18,7 @@ bool isInlineFormatting(std::string_view name) {
         "b", "i", "u", "em", "strong", "sub", "sup", "small", "big", "s", "strike", "tt", "code", "span", "font",
         "br", "mark"};
     for (const std::string_view formatting : names)
-        if (equalsIgnoringCase(name, formatting))
+        if (xmlNamesEqual(name, formatting))
             return true;
     return false;
 }
@@ -154,7 +146,7 @@ std::string scriptElement(std::string_view script) {
     out.reserve(script.size());
     for (size_t at = 0; at < script.size(); ++at) {
         const std::string_view rest = script.substr(at);
-        if (script[at] == '<' && (rest.starts_with("<!--") || equalsIgnoringCase(rest.substr(0, 8), "</script")))
+        if (script[at] == '<' && (rest.starts_with("<!--") || xmlNamesEqual(rest.substr(0, 8), "</script")))
             out += "\\x3C";
         else
             out += script[at];

@@ -3,8 +3,6 @@
 
 #include "html/PageSink.h"
 
-#include <string_view>
-
 namespace Markup {
 
 // A level-2 heading after a line feed: text written as it is, style (when given) as the

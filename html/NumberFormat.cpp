@@ -5,10 +5,17 @@
 #include <charconv>
 #include <cstdint>
 #include <cmath>
-#include <cstdio>
 
 namespace NumberFormat {
 namespace {
+
+// Right-aligns [begin, end) in width columns, as printf pads.
+void appendPadded(std::string& out, const char* begin, const char* end, int width) {
+    const auto length = static_cast<int>(end - begin);
+    if (width > length)
+        out.append(static_cast<size_t>(width - length), ' ');
+    out.append(begin, static_cast<size_t>(length));
+}
 
 // std::to_chars follows printf's %g / %f rules exactly and ignores the process locale.
 void appendNumber(std::string& out, double value, std::chars_format format, int precision,
@@ -24,10 +31,7 @@ void appendNumber(std::string& out, double value, std::chars_format format, int 
         auto result = std::to_chars(buffer, buffer + sizeof buffer, value, format, precision);
         end = result.ptr;
     }
-    const auto length = static_cast<int>(end - buffer);
-    if (width > length)
-        out.append(static_cast<size_t>(width - length), ' ');
-    out.append(buffer, static_cast<size_t>(length));
+    appendPadded(out, buffer, end, width);
 }
 
 int gPrecision(int precision) { return precision == 0 ? 1 : precision; }
@@ -74,11 +78,16 @@ bool appendSmallFixed(std::string& out, double value, int decimals, int width) {
     } while (scaled != 0);
     if (std::signbit(value))
         *--p = '-';
-    const auto length = static_cast<int>(end - p);
-    if (width > length)
-        out.append(static_cast<size_t>(width - length), ' ');
-    out.append(p, static_cast<size_t>(length));
+    appendPadded(out, p, end, width);
     return true;
+}
+
+// The string forms of the appending conversions.
+template <typename... Args>
+std::string toString(void (*append)(std::string&, Args...), Args... args) {
+    std::string out;
+    append(out, args...);
+    return out;
 }
 
 }  // namespace
@@ -119,34 +128,15 @@ void appendJsFixed(std::string& out, double value, int decimals, int width) {
         out += "null";
 }
 
-std::string g(double value, int precision) {
-    std::string out;
-    appendG(out, value, precision);
-    return out;
+void appendInteger(std::string& out, long long value, int width) {
+    char buffer[24];
+    appendPadded(out, buffer, std::to_chars(buffer, buffer + sizeof buffer, value).ptr, width);
 }
 
-std::string fixed(double value, int decimals, int width) {
-    std::string out;
-    appendFixed(out, value, decimals, width);
-    return out;
-}
-
-std::string integer(long long value, int width) {
-    char buffer[32];
-    const int length = std::snprintf(buffer, sizeof buffer, "%*lld", width, value);
-    return std::string(buffer, static_cast<size_t>(length));
-}
-
-std::string jsG(double value, int precision) {
-    std::string out;
-    appendJsG(out, value, precision);
-    return out;
-}
-
-std::string jsFixed(double value, int decimals, int width) {
-    std::string out;
-    appendJsFixed(out, value, decimals, width);
-    return out;
-}
+std::string g(double value, int precision) { return toString(appendG, value, precision); }
+std::string fixed(double value, int decimals, int width) { return toString(appendFixed, value, decimals, width); }
+std::string integer(long long value, int width) { return toString(appendInteger, value, width); }
+std::string jsG(double value, int precision) { return toString(appendJsG, value, precision); }
+std::string jsFixed(double value, int decimals, int width) { return toString(appendJsFixed, value, decimals, width); }
 
 }  // namespace NumberFormat

@@ -5,8 +5,6 @@
 #include "html/PageSink.h"
 
 #include <optional>
-#include <string>
-#include <string_view>
 
 class PageFrame {
 public:

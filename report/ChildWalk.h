@@ -5,8 +5,6 @@
 
 #include "xml/XmlNode.h"
 
-#include <cstdint>
-
 template <typename Visit>
 void forEachChildNamed(const XmlNode& parent, const char* name, Visit&& visit) {
     int32_t cursor = 0;

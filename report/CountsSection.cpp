@@ -4,8 +4,6 @@
 #include "report/Sections.h"
 #include "xml/XmlNumbers.h"
 
-#include <cstdint>
-
 namespace {
 
 const char kSpacerRow[] = "\n  <tr><td colspan=\"7\"></td></tr>";

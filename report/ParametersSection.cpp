@@ -6,7 +6,6 @@
 #include "xml/XmlNumbers.h"
 
 #include <cmath>
-#include <cstdint>
 
 namespace {
 

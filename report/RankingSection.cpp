@@ -7,7 +7,6 @@
 #include "xml/XmlNumbers.h"
 
 #include <cmath>
-#include <cstdint>
 #include <limits>
 
 namespace {
@@ -99,7 +98,6 @@ void writeRankAndNameCells(PageSink& page, int rank, const XmlNode& variable) {
     Markup::link(page, Escape::text(variable.attribute("name")), variable.attribute("idx"));
     page << "</td>";
 }
-
 
 // The closing cells of both tables. No "</tr>" follows: the next "<tr>" or the table's end
 // closes the row.

@@ -7,8 +7,6 @@
 #include "report/Sections.h"
 
 #include <cstdio>
-#include <optional>
-#include <string>
 #include <utility>
 
 namespace {

@@ -2,7 +2,6 @@
 // Turns the analysis report document and the chart document into the analyst's page.
 
 #include "html/PageFrame.h"
-#include "html/PageSink.h"
 #include "xml/XmlNode.h"
 
 class ReportGenerator {

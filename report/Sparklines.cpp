@@ -3,9 +3,7 @@
 #include "report/Sections.h"
 #include "xml/XmlNumbers.h"
 
-#include <cstdint>
 #include <limits>
-#include <string>
 
 void writeLineSparkline(PageSink& page, const XmlNode& variable, bool binaryTarget) {
     // nLine is read as a real here, so an absent count gives a non-finite mean, not a trap.

@@ -7,9 +7,6 @@
 #include "xml/XmlNumbers.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cstdint>
-#include <string>
 
 namespace {
 
@@ -20,15 +17,6 @@ constexpr size_t kNameWidth = 52;
 // Longer names are cut to kNameKept characters and "...".
 constexpr size_t kNameLimit = 103;
 constexpr size_t kNameKept = 100;
-
-void appendInteger(std::string& out, int32_t value, int width) {
-    // printf's "%*d", without its format parsing.
-    char buffer[16];
-    const auto length = static_cast<int>(std::to_chars(buffer, buffer + sizeof buffer, value).ptr - buffer);
-    if (width > length)
-        out.append(static_cast<size_t>(width - length), ' ');
-    out.append(buffer, static_cast<size_t>(length));
-}
 
 // Composes the rows of one modality table. The buffers live as long as the table, so a table
 // of many thousands of rows allocates only while its longest row grows them.
@@ -70,7 +58,7 @@ private:
         const double index = modalityIndex(modality, nLine_, sumTargetTotal_);
         const bool empty = nOcc == 0;
         numbers_ += ' ';
-        appendInteger(numbers_, nOcc, 10);
+        NumberFormat::appendInteger(numbers_, nOcc, 10);
         numbers_ += ' ';
         NumberFormat::appendFixed(numbers_, empty ? 0.0 : nOcc * 100.0 / nLine_, 1, 10);
         if (binaryTarget_) {

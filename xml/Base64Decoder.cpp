@@ -87,16 +87,11 @@ int32_t Base64Decoder::decodedLength(std::string_view text, XmlError* error) noe
 }
 
 Base64Status Base64Decoder::decodeInto(std::string_view text, unsigned char* destination, int32_t length,
-                                       XmlError* error, int32_t* written) noexcept {
-    int32_t count = 0;
-    const Base64Status status = decodeQuanta(text, destination, length, error, count);
-    if (written != nullptr)
-        *written = count;
-    return status;
-}
-
-Base64Status Base64Decoder::decodeQuanta(std::string_view text, unsigned char* destination, int32_t length,
-                                         XmlError* error, int32_t& written) noexcept {
+                                       XmlError* error, int32_t* writtenOut) noexcept {
+    // Counted in place, so that every way out below reports what was written.
+    int32_t ignored = 0;
+    int32_t& written = writtenOut != nullptr ? *writtenOut : ignored;
+    written = 0;
     if (text.data() == nullptr)
         return Base64Failed;
     setError(error, XmlError::None);

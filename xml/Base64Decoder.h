@@ -4,9 +4,6 @@
 
 #include "xml/XmlNode.h"
 
-#include <cstdint>
-#include <string_view>
-
 // Outcome of decodeInto.
 enum Base64Status : int32_t {
     Base64Failed = 0,    // bad character, or more data than expected
@@ -41,9 +38,6 @@ public:
     int32_t written() const noexcept { return written_; }
 
 private:
-    static Base64Status decodeQuanta(std::string_view text, unsigned char* destination, int32_t length,
-                                     XmlError* error, int32_t& written) noexcept;
-
     unsigned char* buffer_ = nullptr;
     int32_t capacity_ = 0;
     int32_t written_ = 0;

@@ -14,17 +14,14 @@ constexpr uint8_t endOfText = 99;  // no character: where the text ends
 
 constexpr std::array<uint8_t, 256> makeDecodeTable() {
     std::array<uint8_t, 256> table{};
-    for (auto& entry : table)
-        entry = invalid;
+    table.fill(invalid);
     const char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     for (uint8_t i = 0; i < 64; ++i)
         table[static_cast<unsigned char>(alphabet[i])] = i;
     table['='] = padding;
-    table['\t'] = whiteSpace;
-    table['\n'] = whiteSpace;
-    table['\r'] = whiteSpace;
-    table[' '] = whiteSpace;
-        return table;
+    for (char c : {'\t', '\n', '\r', ' '})
+        table[static_cast<unsigned char>(c)] = whiteSpace;
+    return table;
 }
 
 inline constexpr std::array<uint8_t, 256> decodeTable = makeDecodeTable();

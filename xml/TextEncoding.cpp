@@ -1,11 +1,8 @@
 #include "xml/TextEncoding.h"
 
-#include <cstdint>
 #include <cstring>
 
-
 namespace TextEncoding {
-
 namespace {
 
 // Windows-1252 bytes 80 to 9F; the rest of the code page equals Latin-1.
@@ -16,8 +13,6 @@ constexpr char16_t windows1252High[32] = {
     0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
 };
 
-
-
 bool startsWith(const unsigned char* bytes, size_t count, const unsigned char* mark, size_t markLength) {
     return count >= markLength && std::memcmp(bytes, mark, markLength) == 0;
 }
@@ -25,7 +20,6 @@ bool startsWith(const unsigned char* bytes, size_t count, const unsigned char* m
 constexpr unsigned char littleEndianMark[] = {0xFF, 0xFE};
 constexpr unsigned char bigEndianMark[] = {0xFE, 0xFF};
 constexpr unsigned char utf8Mark[] = {0xEF, 0xBB, 0xBF};
-
 
 size_t lengthToZero(const unsigned char* bytes, size_t count) {
     const void* zero = std::memchr(bytes, 0, count);
@@ -69,8 +63,7 @@ const unsigned char* checkSequence(const unsigned char* p, const unsigned char* 
 // A new buffer of room bytes and a terminating zero, plus the padding the parser's block
 // reads may look at.
 std::unique_ptr<char[]> textBuffer(size_t room) {
-    auto text = std::make_unique_for_overwrite<char[]>(room + 4);
-    return text;
+    return std::make_unique_for_overwrite<char[]>(room + 4);
 }
 
 }  // namespace

@@ -8,26 +8,6 @@
 #include <filesystem>
 #include <system_error>
 
-namespace {
-
-bool seekToEnd(std::FILE* file) {
-#if defined(_WIN32)
-    return _fseeki64(file, 0, SEEK_END) == 0;
-#else
-    return fseeko(file, 0, SEEK_END) == 0;
-#endif
-}
-
-int64_t tellPosition(std::FILE* file) {
-#if defined(_WIN32)
-    return _ftelli64(file);
-#else
-    return static_cast<int64_t>(ftello(file));
-#endif
-}
-
-}  // namespace
-
 XmlError XmlFile::openFile(const char* path, FileHandle& file) {
     if (path == nullptr)
         return XmlError::CannotOpenFile;
@@ -40,9 +20,10 @@ XmlError XmlFile::openFile(const char* path, FileHandle& file) {
 }
 
 XmlError XmlFile::fileSize(std::FILE* file, int64_t& size) {
-    if (!seekToEnd(file))
+    // fseeko and ftello: their off_t measures files past 2 GB, where a long may not.
+    if (fseeko(file, 0, SEEK_END) != 0)
         return XmlError::CannotOpenFile;
-    size = tellPosition(file);
+    size = static_cast<int64_t>(ftello(file));
     if (size < 0)
         return XmlError::CannotOpenFile;
     if (size == 0)
@@ -111,17 +92,12 @@ XmlNode XmlFile::parseBytes(RawBytes& raw, std::string_view requiredTag, XmlPars
 }
 
 XmlNode XmlFile::load(const char* path, std::string_view requiredTag, XmlParseResult* result) {
-    if (result != nullptr) {
-        result->line = 0;
-        result->column = 0;
-    }
     RawBytes raw;
     const XmlError error = readFile(path, raw);
-    if (error != XmlError::None) {
-        if (result != nullptr)
-            result->error = error;
+    if (result != nullptr)
+        *result = XmlParseResult{error, 0, 0};
+    if (error != XmlError::None)
         return XmlNode::emptyNode();
-    }
     return parseBytes(raw, requiredTag, result);
 }
 

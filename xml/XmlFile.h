@@ -4,10 +4,7 @@
 
 #include "xml/XmlRecord.h"
 
-#include <cstddef>
-#include <cstdint>
 #include <cstdio>
-#include <memory>
 
 class XmlFile {
 public:

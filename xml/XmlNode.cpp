@@ -12,24 +12,12 @@ constexpr int32_t kItemBlock = 50;
 constexpr int32_t kOrderBlock = 3 * kItemBlock;
 constexpr size_t kStoreChunk = 64 * 1024;
 
-void* allocateBytes(size_t bytes) {
-    void* memory = std::malloc(bytes == 0 ? 1 : bytes);
-    if (memory == nullptr)
-        throw std::bad_alloc();
-    return memory;
-}
-
+// Allocates (memory null) or resizes; never answers null.
 void* reallocateBytes(void* memory, size_t bytes) {
     void* grown = std::realloc(memory, bytes == 0 ? 1 : bytes);
     if (grown == nullptr)
         throw std::bad_alloc();
     return grown;
-}
-
-// Room an array holds while it grows by blocks: the first entry allocates a block, and the
-// append at index i with i + 1 a multiple of the block size moves to i + 1 + block entries.
-int32_t blockCapacity(int32_t count, int32_t block) {
-    return count == 0 ? 0 : (count / block + 1) * block;
 }
 
 // An emptied array may still be allocated (the order list after its last clear section went),
@@ -46,23 +34,6 @@ void shrinkToCount(T*& array, int32_t count) {
         array = static_cast<T*>(reallocateBytes(array, sizeof(T) * static_cast<size_t>(count)));
 }
 
-template <typename T>
-void regrowToBlocks(T*& array, int32_t count, int32_t block) {
-    if (array != nullptr && count > 0)
-        array = static_cast<T*>(reallocateBytes(array, sizeof(T) * static_cast<size_t>(blockCapacity(count, block))));
-}
-
-// A trimmed record has exact-size arrays, so the block rule alone would overflow them.
-void untrim(XmlNodeData* d) {
-    if (!d->trimmed)
-        return;
-    regrowToBlocks(d->children, d->childCount, kItemBlock);
-    regrowToBlocks(d->texts, d->textCount, kItemBlock);
-    regrowToBlocks(d->clears, d->clearCount, kItemBlock);
-    regrowToBlocks(d->order, d->orderCount, kOrderBlock);
-    d->trimmed = false;
-}
-
 void appendOrder(XmlNodeData* d, int32_t index, XmlItemKind kind) {
     growForAppend(d->order, d->orderCount, kOrderBlock);
     d->order[d->orderCount++] = (index << 2) | kind;
@@ -71,7 +42,7 @@ void appendOrder(XmlNodeData* d, int32_t index, XmlItemKind kind) {
 // One allocation for the record and its attribute array; the strings stay in the document.
 XmlNodeData* allocateRecord(XmlStore* store, const XmlAttribute* attributes, int32_t count) {
     const size_t arrayBytes = sizeof(XmlAttribute) * static_cast<size_t>(count);
-    void* memory = allocateBytes(sizeof(XmlNodeData) + arrayBytes);
+    void* memory = reallocateBytes(nullptr, sizeof(XmlNodeData) + arrayBytes);
     auto* d = new (memory) XmlNodeData;
     d->store = store;
     ++store->refCount;
@@ -116,10 +87,6 @@ void destroyRecord(XmlNodeData* root) noexcept {
         }
         freeRecord(d);
     }
-}
-
-char foldAscii(char c) noexcept {
-    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c;
 }
 
 }  // namespace
@@ -246,18 +213,15 @@ XmlNode XmlNode::childNamed(std::string_view childName, int32_t* cursor) const n
 XmlNode XmlNode::childNamedNth(std::string_view childName, int32_t n) const noexcept {
     if (data_ == nullptr)
         return emptyNode();
-    if (n < 0) {
-        for (int32_t i = data_->childCount - 1; i >= 0; --i) {
-            if (xmlNamesEqual(data_->children[i]->name, childName))
-                return XmlNode(data_->children[i]);
-        }
-        return emptyNode();
-    }
+    XmlNodeData* last = nullptr;
     for (int32_t i = 0; i < data_->childCount; ++i) {
-        if (xmlNamesEqual(data_->children[i]->name, childName) && n-- == 0)
+        if (!xmlNamesEqual(data_->children[i]->name, childName))
+            continue;
+        if (n >= 0 && n-- == 0)
             return XmlNode(data_->children[i]);
+        last = data_->children[i];
     }
-    return emptyNode();
+    return n < 0 ? XmlNode(last) : emptyNode();
 }
 
 XmlNode XmlNode::parent() const noexcept {
@@ -335,7 +299,6 @@ XmlNodeData* XmlTree::addChild(XmlNodeData* parent, std::string_view name, bool 
     d->name = name;
     d->parent = parent;
     d->isDeclaration = isDeclaration;
-    untrim(parent);
     growForAppend(parent->children, parent->childCount, kItemBlock);
     ++d->refCount;
     parent->children[parent->childCount] = d;
@@ -344,7 +307,6 @@ XmlNodeData* XmlTree::addChild(XmlNodeData* parent, std::string_view name, bool 
 }
 
 void XmlTree::addText(XmlNodeData* d, std::string_view text) {
-    untrim(d);
     growForAppend(d->texts, d->textCount, kItemBlock);
     d->texts[d->textCount] = text;
     appendOrder(d, d->textCount++, XmlTextItem);
@@ -359,7 +321,6 @@ void XmlTree::appendToText(XmlNodeData* d, int32_t index, std::string_view text)
 }
 
 void XmlTree::addClearSection(XmlNodeData* d, std::string_view value, const char* openTag, const char* closeTag) {
-    untrim(d);
     growForAppend(d->clears, d->clearCount, kItemBlock);
     d->clears[d->clearCount] = XmlClearSection{value, openTag, closeTag};
     appendOrder(d, d->clearCount++, XmlClearItem);
@@ -389,5 +350,4 @@ void XmlTree::trim(XmlNodeData* d) {
     shrinkToCount(d->texts, d->textCount);
     shrinkToCount(d->clears, d->clearCount);
     shrinkToCount(d->order, d->orderCount);
-    d->trimmed = true;
 }

@@ -1,7 +1,6 @@
 #include "xml/XmlNumbers.h"
 
 #include <charconv>
-#include <cstdlib>
 #include <limits>
 
 namespace {
@@ -24,29 +23,6 @@ const char* skipSpaceAndSign(const char* p, const char* end, bool& negative) noe
         ++p;
     return p;
 }
-
-}  // namespace
-
-int32_t parseIntOr(std::string_view text, int32_t fallback) noexcept {
-    if (text.empty())
-        return fallback;
-    const char* end = text.data() + text.size();
-    bool negative = false;
-    const char* p = skipSpaceAndSign(text.data(), end, negative);
-    // Saturate one past the 32-bit range so that long digit runs never overflow.
-    constexpr int64_t limit = int64_t{1} << 31;
-    int64_t value = 0;
-    for (; p != end && isDigit(*p); ++p) {
-        value = value * 10 + (*p - '0');
-        if (value > limit)
-            value = limit;
-    }
-    if (negative)
-        return static_cast<int32_t>(-value);
-    return value >= limit ? std::numeric_limits<int32_t>::max() : static_cast<int32_t>(value);
-}
-
-namespace {
 
 // Whether a number that the conversion cannot represent is too large rather than too small:
 // the decimal exponent of its first significant digit tells, and it is far from 0 either way.
@@ -82,6 +58,25 @@ bool decimalIsLarge(const char* digits, const char* end) {
 }
 
 }  // namespace
+
+int32_t parseIntOr(std::string_view text, int32_t fallback) noexcept {
+    if (text.empty())
+        return fallback;
+    const char* end = text.data() + text.size();
+    bool negative = false;
+    const char* p = skipSpaceAndSign(text.data(), end, negative);
+    // Saturate one past the 32-bit range so that long digit runs never overflow.
+    constexpr int64_t limit = int64_t{1} << 31;
+    int64_t value = 0;
+    for (; p != end && isDigit(*p); ++p) {
+        value = value * 10 + (*p - '0');
+        if (value > limit)
+            value = limit;
+    }
+    if (negative)
+        return static_cast<int32_t>(-value);
+    return value >= limit ? std::numeric_limits<int32_t>::max() : static_cast<int32_t>(value);
+}
 
 double parseDoubleOr(std::string_view text, double fallback) noexcept {
     if (text.empty())

@@ -10,10 +10,6 @@ bool endsTagName(char c) {
     return XmlChars::isSpace(c) || c == '/' || c == '<' || c == '>' || c == '=';
 }
 
-char foldAscii(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-}
-
 // An element named N is closed by an end tag whose name starts with N (ASCII case folded) and
 // goes on with a delimiter.
 bool endTagMatches(std::string_view name, const char* endTag) {

@@ -3,8 +3,6 @@
 
 #include "xml/XmlScanner.h"
 
-#include <cstdint>
-
 class XmlParser {
 public:
     // Elements may nest this deep; one level deeper ends the parse with NestingTooDeep, so that a

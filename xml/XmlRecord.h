@@ -5,9 +5,7 @@
 #include "xml/XmlNode.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <memory>
-#include <string_view>
 #include <vector>
 
 // The text of one document, shared by all of its records: the loaded (or converted) UTF-8 that
@@ -26,6 +24,11 @@ struct XmlStore {
     char* allocate(size_t length);
 };
 
+// ASCII A-Z as a-z, every other byte as it is: names and references match without regard to case.
+inline char foldAscii(char c) noexcept {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+}
+
 struct XmlAttribute {
     std::string_view name;   // never null
     std::string_view value;  // null for an attribute written without "=" and a value
@@ -40,7 +43,6 @@ struct XmlNodeData {
     int32_t clearCount = 0;
     int32_t attributeCount = 0;
     bool isDeclaration = false;
-    bool trimmed = false;  // arrays hold exactly their counts: the next append regrows them
     XmlNodeData* parent = nullptr;  // not owning
     XmlNodeData** children = nullptr;
     std::string_view* texts = nullptr;
@@ -66,7 +68,8 @@ public:
     static void addClearSection(XmlNodeData* node, std::string_view value, const char* openTag,
                                 const char* closeTag);
     static void deleteClearSection(XmlNodeData* node, int32_t index);
-    // Shrinks the arrays to their counts, for an element that is complete.
+    // Shrinks the arrays to their counts, for an element that is complete: nothing is added to it
+    // afterwards, as the block rule of the appends would overflow the exact arrays.
     static void trim(XmlNodeData* node);
     static XmlNodeData* data(const XmlNode& node) noexcept { return node.data_; }
 };

@@ -15,9 +15,10 @@ const XmlClearTag XmlScanner::clearTags[4] = {
     {"<PRE>", 5, "</PRE>", 6},
 };
 
-const char XmlScanner::docTypeSubsetClose[3] = "]>";
-
 namespace {
+
+// The close marker of a DOCTYPE that has an internal subset.
+constexpr char docTypeSubsetClose[] = "]>";
 
 struct EntityRow {
     const char* text;  // lower case: references match without regard to case
@@ -52,10 +53,7 @@ const char* findMarker(const char* p, const char* marker, int32_t length) {
 
 bool matchesEntity(const char* p, const EntityRow& row) {
     for (int32_t i = 0; i < row.length; ++i) {
-        char c = p[i];
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c + 32);
-        if (c != row.text[i])
+        if (foldAscii(p[i]) != row.text[i])
             return false;
     }
     return true;

@@ -6,8 +6,6 @@
 #include "xml/XmlRecord.h"
 
 #include <array>
-#include <cstdint>
-#include <vector>
 
 // Kinds of token; the numbers are stable.
 enum class XmlTokenKind : int32_t {
@@ -139,12 +137,8 @@ class XmlScanner {
 public:
     // The raw-section rows in the order they are tried: CDATA, DOCTYPE, comment, PRE.
     static const XmlClearTag clearTags[4];
-    static const XmlClearTag& cdataTag() noexcept { return clearTags[0]; }
     static const XmlClearTag& docTypeTag() noexcept { return clearTags[1]; }
     static const XmlClearTag& commentTag() noexcept { return clearTags[2]; }
-    static const XmlClearTag& preTag() noexcept { return clearTags[3]; }
-    // The close marker of a DOCTYPE that has an internal subset.
-    static const char docTypeSubsetClose[3];
 
     // The next token; the cursor moves past it and stays on the terminating zero at the end.
     static XmlToken nextToken(XmlParseContext& context) noexcept;
