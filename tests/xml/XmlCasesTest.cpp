@@ -106,12 +106,20 @@ std::string parseString(const std::string& input, std::string_view tag) {
 }
 
 // The children named name of the top element: their count | each one the cursor visits @ where
-// the cursor ends.
+// the cursor ends. The n-th look-up must find what the cursor visits, the last for -1, and
+// nothing past the end.
 std::string children(const XmlNode& node, std::string_view name) {
     std::string out = std::to_string(node.childCountNamed(name)) + " |";
-    int32_t cursor = 0;
-    for (XmlNode child = node.childNamed(name, &cursor); !child.isEmpty(); child = node.childNamed(name, &cursor))
+    int32_t cursor = 0, n = 0;
+    std::string last = dump(XmlNode());
+    for (XmlNode child = node.childNamed(name, &cursor); !child.isEmpty(); child = node.childNamed(name, &cursor)) {
         out += " " + dump(child);
+        last = dump(child);
+        if (dump(node.childNamedNth(name, n++)) != last)
+            return "childNamedNth(" + std::to_string(n - 1) + ") differs";
+    }
+    if (!node.childNamedNth(name, n).isEmpty() || dump(node.childNamedNth(name, -1)) != last)
+        return "childNamedNth past the end or of the last differs";
     return out + " @" + std::to_string(cursor);
 }
 
