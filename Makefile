@@ -6,7 +6,7 @@ WERROR := $(if $(CI),ON,OFF)
 SHARED := ../shared
 APT_PACKAGES := cmake g++ make pkg-config qt6-base-dev libgtest-dev libgmock-dev libbenchmark-dev \
 	libpugixml-dev chromium fonts-dejavu-core fonts-liberation libjs-excanvas python3 valgrind clang \
-	libclang-rt-14-dev time locales dpkg-dev man-db
+	libclang-rt-14-dev time locales dpkg-dev man-db file
 EXAMPLE := examples/breast_cancer_analysisReport.xml
 VERSION := $(shell sed -n 's/^project.anarep VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 PACKAGE := dist/anarep_$(VERSION)-1_$(shell dpkg --print-architecture).deb
@@ -17,6 +17,7 @@ PACKAGE := dist/anarep_$(VERSION)-1_$(shell dpkg --print-architecture).deb
 all: build
 
 # Installs only what is missing: Debian packages (when root) and the pinned npm packages.
+# `file` is for the package step: CPack's DEB generator finds the program's library dependencies with it.
 deps:
 	@missing=""; for p in $(APT_PACKAGES); do \
 	  dpkg-query -W -f='$${Status}' $$p 2>/dev/null | grep -q "install ok installed" || missing="$$missing $$p"; \
