@@ -4,79 +4,85 @@
 #include "driver/ResourceFiles.h"
 #include "report/ReportGenerator.h"
 
-#include <QFile>
-
-#include <cstdio>
-#include <memory>
+#include <iterator>
 #include <utility>
 
 namespace {
 
-const QString resourceNames[] = {QStringLiteral("logo.png"), QStringLiteral("orbi.min.js"),
-                                 QStringLiteral("excanvas.compiled.js")};
+struct OutcomeRow {
+    RunOutcome outcome;
+    const char* line;
+    int exitCode;
+};
 
-// Every resource file is written whole before any of them replaces an earlier one, so that a
-// failure leaves an earlier side folder as it was.
-bool fillSideFolder(OutputFiles& outputs, const QString& sideFolder) {
-    if (!outputs.makeDirectory(sideFolder))
-        return false;
-    QString staged[std::size(resourceNames)];
-    for (size_t i = 0; i < std::size(resourceNames); ++i) {
-        staged[i] = outputs.stage(sideFolder + u'/' + resourceNames[i]);
-        if (staged[i].isEmpty() || !copyResourceFile(resourceNames[i], staged[i]))
+// In the order of RunOutcome.
+constexpr OutcomeRow outcomes[] = {
+    {RunOutcome::Written, "All Ok.\n", 0},
+    {RunOutcome::InvalidReport, "Error: Invalid AnalystReport file\n", 1},
+    {RunOutcome::InvalidCharts, "Error: Invalid Graph file\n", 1},
+    {RunOutcome::UnknownPredictionJob, "ERROR: Unknown predictionJob\n", 1},
+    {RunOutcome::PageNotWritten, "Error: Cannot write the page file\n", 1},
+    {RunOutcome::SideFolderNotWritten, "Error: Cannot write the side folder\n", 1},
+    {RunOutcome::OutOfMemory, "Error: Not enough memory\n", 1},
+};
+
+constexpr bool inOrder() {
+    for (size_t i = 0; i < std::size(outcomes); ++i) {
+        if (static_cast<size_t>(outcomes[i].outcome) != i)
             return false;
     }
-    for (const QString& file : staged) {
-        if (!outputs.commit(file))
-            return false;
-    }
-    return true;
+    return std::size(outcomes) == static_cast<size_t>(RunOutcome::OutOfMemory) + 1;
+}
+static_assert(inOrder());
+
+const OutcomeRow& rowOf(RunOutcome outcome) { return outcomes[static_cast<size_t>(outcome)]; }
+
+std::string_view viewOf(const QByteArray& bytes) { return {bytes.constData(), static_cast<size_t>(bytes.size())}; }
+
+bool writeSideFolder(OutputFiles& outputs, const std::string& name) {
+    const QByteArray logo = readResource(QStringLiteral("logo.png"));
+    const QByteArray bundle = readResource(QStringLiteral("orbi.min.js"));
+    const QByteArray canvas = readResource(QStringLiteral("excanvas.compiled.js"));
+    const OutputFiles::SideFile files[] = {
+        {"logo.png", viewOf(logo)}, {"orbi.min.js", viewOf(bundle)}, {"excanvas.compiled.js", viewOf(canvas)}};
+    return outputs.writeSideFolder(name, files);
 }
 
 }  // namespace
 
-int printOutcome(const char* line, int exitCode) {
-    std::printf("%s", line);
-    std::fflush(stdout);
-    return exitCode;
-}
+const char* outcomeLine(RunOutcome outcome) { return rowOf(outcome).line; }
 
-int runReport(XmlNode reportRoot, XmlNode chartRoot, const QString& pageName,
-              const QString& basePath, bool selfContained) {
-    const char* const pageError = "Error: Cannot write the page file\n";
-    // Whatever is not kept is removed when this goes, on every path below.
+int outcomeExitCode(RunOutcome outcome) { return rowOf(outcome).exitCode; }
+
+RunOutcome runReport(XmlNode reportRoot, XmlNode chartRoot, const std::string& basePath, bool selfContained) {
+    // Whatever is not kept is removed when this goes, on every path below and when memory runs
+    // out.
     OutputFiles outputs;
-    const QString page = outputs.stage(pageName);
-    if (page.isEmpty())
-        return printOutcome(pageError, 1);
-    {
-        // Closed on every path; closing reports a failure of the writes still pending.
-        std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(QFile::encodeName(page).constData(), "wb"),
-                                                             std::fclose);
-        if (!file)
-            return printOutcome(pageError, 1);
-        const PageFrame frame(pageRelativeBase(basePath).toStdString(),
-                              selfContained ? std::optional(inlineResourceSet()) : std::nullopt);
-        PageSink sink([&file](std::string_view bytes) {
-            return std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
-        });
-        ReportGenerator generator(std::move(reportRoot), std::move(chartRoot), sink, frame);
-        if (generator.generate()) {
-            // The generator fails before its first byte; the empty page replaces an earlier one,
-            // as it always has, and no side folder is made.
-            if (outputs.commit(page))
-                outputs.keep();
-            return 1;
-        }
-        if (sink.writeFailed() || std::fclose(file.release()) != 0)
-            return printOutcome(pageError, 1);
+    const int page = outputs.stagePage(basePath + ".html");
+    if (page < 0)
+        return RunOutcome::PageNotWritten;
+    const PageFrame frame(pageRelativeBase(basePath), selfContained ? std::optional(inlineResourceSet()) : std::nullopt);
+    PageSink sink([page](std::string_view bytes) { return OutputFiles::writeAll(page, bytes); });
+    ReportGenerator generator(std::move(reportRoot), std::move(chartRoot), sink, frame);
+    if (generator.generate() == ReportGenerator::Outcome::UnknownPredictionJob) {
+        // The generator fails before its first byte; the empty page replaces an earlier one, as
+        // it always has, and no side folder is made.
+        outputs.commit();
+        return RunOutcome::UnknownPredictionJob;
     }
-
+    if (sink.writeFailed())
+        return RunOutcome::PageNotWritten;
     // The page appears only once its scripts are in place beside it.
-    if (!selfContained && !fillSideFolder(outputs, basePath + QStringLiteral("_files")))
-        return printOutcome("Error: Cannot write the side folder\n", 1);
-    if (!outputs.commit(page))
-        return printOutcome(pageError, 1);
-    outputs.keep();
-    return printOutcome("All Ok.\n", 0);
+    const std::string sideFolder = basePath.substr(basePath.rfind('/') + 1) + "_files";
+    if (!selfContained && !writeSideFolder(outputs, sideFolder))
+        return RunOutcome::SideFolderNotWritten;
+    switch (outputs.commit()) {
+    case OutputFiles::Commit::Done:
+        return RunOutcome::Written;
+    case OutputFiles::Commit::SideFolderFailed:
+        return RunOutcome::SideFolderNotWritten;
+    case OutputFiles::Commit::PageFailed:
+        break;
+    }
+    return RunOutcome::PageNotWritten;
 }

@@ -1,5 +1,7 @@
 #include "driver/ResourceFiles.h"
 
+#include "xml/TextEncoding.h"
+
 #include <QFile>
 
 QByteArray readResource(const QString& fileName) {
@@ -9,36 +11,33 @@ QByteArray readResource(const QString& fileName) {
     return resource.readAll();
 }
 
-bool copyResourceFile(const QString& fileName, const QString& path) {
-    const QByteArray bytes = readResource(fileName);
-    // Truncate so that a longer file left by an earlier run ends up byte-identical too.
-    QFile target(path);
-    if (!target.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return false;
-    if (target.write(bytes) != bytes.size())
-        return false;
-    // A failure to flush or close is recorded as the file's error.
-    target.close();
-    return target.error() == QFileDevice::NoError;
-}
-
 PageFrame::InlineResources inlineResourceSet() {
     return {readResource(QStringLiteral("orbi.min.js")).toStdString(),
             readResource(QStringLiteral("excanvas.compiled.js")).toStdString(),
             "data:image/png;base64," + readResource(QStringLiteral("logo.png")).toBase64().toStdString()};
 }
 
-QString pageRelativeBase(const QString& basePath) {
-    const QString name = basePath.sliced(basePath.lastIndexOf(u'/') + 1);
-    QString out;
-    for (qsizetype i = 0; i < name.size(); ++i) {
-        const char16_t c = name[i].unicode();
+std::string pageRelativeBase(std::string_view basePath) {
+    const std::string_view name = basePath.substr(basePath.rfind('/') + 1);
+    const auto* bytes = reinterpret_cast<const unsigned char*>(name.data());
+    const auto* end = bytes + name.size();
+    std::string out;
+    for (const unsigned char* p = bytes; p != end;) {
+        const size_t length = TextEncoding::sequenceLength(p, end);
+        const unsigned char c = *p;
         // A backslash is a slash to the browser, a colon in the first segment ends a scheme,
         // and leading blanks and control characters are dropped from a URL.
-        if (c < 0x20 || c == 0x7f || (c == u' ' && i == 0) || QStringView(u"%#?\\:\"&").contains(QChar(c)))
-            out += QString::asprintf("%%%02X", c);
-        else
-            out += name[i];
+        if (length == 0 || c < 0x20 || c == 0x7f || (c == ' ' && p == bytes) ||
+            std::string_view("%#?\\:\"&").find(static_cast<char>(c)) != std::string_view::npos) {
+            static constexpr char hex[] = "0123456789ABCDEF";
+            out += '%';
+            out += hex[c >> 4];
+            out += hex[c & 15];
+            ++p;
+        } else {
+            out.append(reinterpret_cast<const char*>(p), length);
+            p += length;
+        }
     }
     return out;
 }

@@ -2,12 +2,17 @@
 // Every outcome is one line on standard output and the exit code; standard error stays silent.
 
 #include "driver/ReportRun.h"
+#include "xml/TextEncoding.h"
 
-#include <QByteArray>
 #include <QLocale>
 #include <QtGlobal>
 
+#include <algorithm>
 #include <clocale>
+#include <cstdio>
+#include <new>
+#include <string>
+#include <string_view>
 
 namespace {
 
@@ -39,29 +44,66 @@ const char* const helpText =
     "  Error: Cannot write the page file   exit 1  the page cannot be made or written whole\n"
     "  Error: Cannot write the side folder exit 1  the side folder cannot be made or filled\n"
     "  ERROR: Unknown predictionJob        exit 1  the job is not t, T (binary), c or C (continuous)\n"
+    "  Error: Not enough memory            exit 1  the run ran out of memory\n"
     "Without an argument the program prints its usage and exits 0.\n";
 
+// Prints the run's one line of outcome and answers the exit code.
+int printOutcome(const char* line, int exitCode) {
+    std::fputs(line, stdout);
+    std::fflush(stdout);
+    return exitCode;
+}
+
+int printOutcome(RunOutcome outcome) { return printOutcome(outcomeLine(outcome), outcomeExitCode(outcome)); }
+
 // The chart document: the second argument as given, or the first one's "_analysisReport.xml"
-// (exact case) turned into "_graphs.xml"; empty when neither applies. Paths stay raw bytes so
-// that a file opens under exactly the name that was typed.
-QByteArray chartPathFor(int argc, char** argv) {
+// (exact case) turned into "_graphs.xml"; empty when neither applies.
+std::string chartPathFor(int argc, char** argv) {
     if (argc > 2)
-        return QByteArray(argv[2]);
-    const QByteArray reportPath(argv[1]);
-    const QByteArray suffix("_analysisReport.xml");
-    if (!reportPath.endsWith(suffix))
-        return QByteArray();
-    return reportPath.first(reportPath.size() - suffix.size()) + "_graphs.xml";
+        return argv[2];
+    const std::string_view reportPath(argv[1]);
+    const std::string_view suffix("_analysisReport.xml");
+    if (!reportPath.ends_with(suffix))
+        return std::string();
+    return std::string(reportPath.substr(0, reportPath.size() - suffix.size())) + "_graphs.xml";
+}
+
+// The argument less its last four characters, whatever they are. A character is one
+// well-formed UTF-8 sequence, or one byte of anything else: a name that is not UTF-8 keeps its
+// bytes.
+std::string basePathOf(std::string_view argument) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(argument.data());
+    const auto* end = bytes + argument.size();
+    size_t starts[4] = {};  // where the last four characters start, by count modulo 4
+    size_t count = 0;
+    for (const unsigned char* p = bytes; p != end; ++count) {
+        starts[count % 4] = static_cast<size_t>(p - bytes);
+        p += std::max<size_t>(TextEncoding::sequenceLength(p, end), 1);
+    }
+    return count < 4 ? std::string() : std::string(argument.substr(0, starts[count % 4]));
 }
 
 // The document's root element, or the empty node when the file does not parse cleanly or
 // lacks the root. A tolerated MissingEndTag counts as a failure here.
-XmlNode loadDocument(const QByteArray& path, const char* rootTag) {
+XmlNode loadDocument(const std::string& path, const char* rootTag) {
     XmlParseResult result;
-    XmlNode root = XmlNode::parseFile(path.constData(), rootTag, &result);
+    XmlNode root = XmlNode::parseFile(path.c_str(), rootTag, &result);
     if (result.error != XmlError::None)
         return XmlNode();
     return root;
+}
+
+// Both documents, then the report run. File names stay the argument bytes from here to the
+// system calls, so that a file opens, and the page is written, under exactly the name given.
+RunOutcome run(int argc, char** argv, bool selfContained) {
+    const XmlNode reportRoot = loadDocument(argv[1], "ORB_AnalystReport");
+    if (reportRoot.isEmpty())
+        return RunOutcome::InvalidReport;
+    // Declared after the report root so that it is released first.
+    const XmlNode chartRoot = loadDocument(chartPathFor(argc, argv), "ORB_Charts");
+    if (chartRoot.isEmpty())
+        return RunOutcome::InvalidCharts;
+    return runReport(reportRoot, chartRoot, basePathOf(argv[1]), selfContained);
 }
 
 }  // namespace
@@ -81,20 +123,13 @@ int main(int argc, char** argv) {
     }
     if (argc < 2)
         return printOutcome("anarep v" ANAREP_VERSION "\nUsage: anarep <xmlFile> [<graph-file>]\n", 0);
-    // Every number read from the documents or written to the page uses a point and no grouping.
-    std::setlocale(LC_NUMERIC, "C");
-    QLocale::setDefault(QLocale::c());
-
-    const XmlNode reportRoot = loadDocument(QByteArray(argv[1]), "ORB_AnalystReport");
-    if (reportRoot.isEmpty())
-        return printOutcome("Error: Invalid AnalystReport file\n", 1);
-    // Declared after the report root so that it is released first.
-    const XmlNode chartRoot = loadDocument(chartPathFor(argc, argv), "ORB_Charts");
-    if (chartRoot.isEmpty())
-        return printOutcome("Error: Invalid Graph file\n", 1);
-
-    // The last four characters go whatever they are; the rest stays exactly as typed.
-    QString basePath = QString::fromLocal8Bit(argv[1]);
-    basePath.chop(4);
-    return runReport(reportRoot, chartRoot, basePath + QStringLiteral(".html"), basePath, selfContained);
+    try {
+        // Every number read from the documents or written to the page uses a point and no grouping.
+        std::setlocale(LC_NUMERIC, "C");
+        QLocale::setDefault(QLocale::c());
+        return printOutcome(run(argc, argv, selfContained));
+    } catch (const std::bad_alloc&) {
+        // What the run made is gone by now: the outputs remove it as they are unwound.
+        return printOutcome(RunOutcome::OutOfMemory);
+    }
 }

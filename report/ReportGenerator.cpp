@@ -6,7 +6,6 @@
 #include "report/ChildWalk.h"
 #include "report/Sections.h"
 
-#include <cstdio>
 #include <utility>
 
 namespace {
@@ -27,14 +26,11 @@ std::optional<bool> binaryTargetFromJob(const XmlNode& reportRoot) {
 ReportGenerator::ReportGenerator(XmlNode reportRoot_, XmlNode chartRoot_, PageSink& page_, const PageFrame& frame_)
     : reportRoot(std::move(reportRoot_)), chartRoot(std::move(chartRoot_)), page(page_), frame(frame_) {}
 
-bool ReportGenerator::generate() {
+ReportGenerator::Outcome ReportGenerator::generate() {
     const std::optional<bool> binaryTarget = binaryTargetFromJob(reportRoot);
-    if (!binaryTarget) {
-        // Checked before the first byte so that a failed run leaves an empty page.
-        std::printf("ERROR: Unknown predictionJob\n");
-        std::fflush(stdout);
-        return true;
-    }
+    // Checked before the first byte so that a failed run leaves an empty page.
+    if (!binaryTarget)
+        return Outcome::UnknownPredictionJob;
     writeHead(*binaryTarget);
     writeTargetLine(page, reportRoot);
     writeRankingTable(page, reportRoot, *binaryTarget);
@@ -50,7 +46,7 @@ bool ReportGenerator::generate() {
     writeHighestUnivariateQuality(page, reportRoot, *binaryTarget);
     PageFrame::writeEnd(page);
     page.flush();
-    return false;
+    return Outcome::Written;
 }
 
 // Every chart script sits in the head; the sections write the containers they draw into.

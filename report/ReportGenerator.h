@@ -6,12 +6,18 @@
 
 class ReportGenerator {
 public:
+    // What generate did; the driver tells it.
+    enum class Outcome {
+        Written,                // the whole page went to the sink
+        UnknownPredictionJob,   // not t, T, c or C: nothing was written
+    };
+
     // The page goes to page, framed by frame; both must outlive the generator.
     ReportGenerator(XmlNode reportRoot, XmlNode chartRoot, PageSink& page, const PageFrame& frame);
 
-    // Writes the whole page and flushes it. False on success; true (page left empty) when the
-    // prediction job is unknown, after printing the message.
-    bool generate();
+    // Writes the whole page and flushes it; prints nothing. UnknownPredictionJob, with the page
+    // left empty, when the job is none of the four.
+    Outcome generate();
 
 private:
     void writeHead(bool binaryTarget);

@@ -48,11 +48,14 @@ struct RunResult {
     QByteArray err;
 };
 
-// Runs anarep with the arguments in the directory; the limit only guards against a hang.
-inline RunResult runAnarep(const QStringList& arguments, const QString& workingDirectory, int limitMs = 60000) {
+// Runs anarep with the arguments in the directory, behind the command in front (prlimit, say);
+// the time limit only guards against a hang.
+inline RunResult runAnarepUnder(QStringList front, const QStringList& arguments, const QString& workingDirectory,
+                                int limitMs = 60000) {
     QProcess process;
     process.setWorkingDirectory(workingDirectory);
-    process.start(anarepPath(), arguments);
+    front << anarepPath() << arguments;
+    process.start(front.takeFirst(), front);
     if (!process.waitForFinished(limitMs)) {
         process.kill();
         process.waitForFinished();
@@ -60,6 +63,10 @@ inline RunResult runAnarep(const QStringList& arguments, const QString& workingD
     }
     return {false, process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
             process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+inline RunResult runAnarep(const QStringList& arguments, const QString& workingDirectory, int limitMs = 60000) {
+    return runAnarepUnder({}, arguments, workingDirectory, limitMs);
 }
 
 }  // namespace TestSupport

@@ -99,6 +99,16 @@ Detection detect(const unsigned char* bytes, size_t count) noexcept {
     return {Encoding::Windows1252, 0};
 }
 
+size_t sequenceLength(const unsigned char* p, const unsigned char* end) noexcept {
+    if (p == end)
+        return 0;
+    if (*p < 0x80)
+        return 1;
+    bool valid = false;
+    const unsigned char* next = checkSequence(p, end, &valid);
+    return valid ? static_cast<size_t>(next - p) : 0;
+}
+
 char* appendUtf8(char* out, uint32_t c) noexcept {
     if (c >= 0xD800 && c < 0xE000)
         c = 0xFFFD;

@@ -40,6 +40,9 @@ std::unique_ptr<char[]> repairUtf8(const unsigned char* bytes, size_t count, siz
 // encoder has always written it.
 std::unique_ptr<char[]> utf16ToUtf8(const char16_t* units, size_t count, size_t* length);
 
+// Bytes of the well-formed UTF-8 character that starts at p (1 for ASCII, up to 4), or 0 when
+// none starts there or p is end.
+size_t sequenceLength(const unsigned char* p, const unsigned char* end) noexcept;
 // Appends the UTF-8 of one code point below U+110000; a surrogate as U+FFFD.
 char* appendUtf8(char* out, uint32_t codePoint) noexcept;
 // Number of UTF-16 units the UTF-8 bytes stand for.

@@ -3,54 +3,98 @@
 #include "xml/TextEncoding.h"
 #include "xml/XmlParser.h"
 
+#include <algorithm>
 #include <bit>
+#include <cerrno>
 #include <cstring>
-#include <filesystem>
-#include <system_error>
+#include <new>
 
-XmlError XmlFile::openFile(const char* path, FileHandle& file) {
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+// Room kept after the bytes read: 4 zero bytes, 1 so that UTF-16 units end on a whole unit, and
+// 1 so that the read that finds the end of the file never asks for 0 bytes.
+constexpr size_t padding = 6;
+// The first buffer for a file of unknown size (a pipe, a device); it doubles as it fills.
+constexpr size_t firstCapacity = size_t{1} << 16;
+
+}  // namespace
+
+class XmlFile::Descriptor {
+public:
+    Descriptor() = default;
+    ~Descriptor() {
+        if (fd >= 0)
+            close(fd);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int fd = -1;
+};
+
+XmlError XmlFile::openFile(const char* path, Descriptor& file, size_t& sizeHint) {
     if (path == nullptr)
         return XmlError::CannotOpenFile;
-    // A directory opens for reading on some systems; it is still no file to read.
-    std::error_code ignored;
-    if (std::filesystem::is_directory(std::filesystem::path(path), ignored))
+    // Without O_NONBLOCK, opening a pipe waits for a writer that may never come; once open, a
+    // pipe without a writer reads as empty.
+    file.fd = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    struct stat info {};
+    // A directory opens for reading; it is still no file to read.
+    if (file.fd < 0 || fstat(file.fd, &info) != 0 || S_ISDIR(info.st_mode))
         return XmlError::CannotOpenFile;
-    file.reset(std::fopen(path, "rb"));
-    return file ? XmlError::None : XmlError::CannotOpenFile;
-}
-
-XmlError XmlFile::fileSize(std::FILE* file, int64_t& size) {
-    // fseeko and ftello: their off_t measures files past 2 GB, where a long may not.
-    if (fseeko(file, 0, SEEK_END) != 0)
+    const int flags = fcntl(file.fd, F_GETFL);
+    if (flags < 0 || fcntl(file.fd, F_SETFL, flags & ~O_NONBLOCK) != 0)
         return XmlError::CannotOpenFile;
-    size = static_cast<int64_t>(ftello(file));
-    if (size < 0)
-        return XmlError::CannotOpenFile;
-    if (size == 0)
-        return XmlError::EmptyFile;
-    if (size > maxSize)
-        return XmlError::FileTooLarge;
-    std::rewind(file);
+    // A regular file's size spares the buffer its growth; the file is still read to its end.
+    if (S_ISREG(info.st_mode)) {
+        if (info.st_size > maxSize)
+            return XmlError::FileTooLarge;
+        sizeHint = static_cast<size_t>(info.st_size);
+    }
     return XmlError::None;
 }
 
-XmlError XmlFile::readBytes(std::FILE* file, int64_t size, RawBytes& raw) {
-    const auto byteCapacity = static_cast<size_t>(size) + 4;
-    raw.storage = std::make_unique_for_overwrite<char16_t[]>((byteCapacity + 1) / 2);
-    auto* bytes = reinterpret_cast<unsigned char*>(raw.storage.get());
-    raw.byteCount = std::fread(bytes, 1, static_cast<size_t>(size), file);
-    std::memset(bytes + raw.byteCount, 0, byteCapacity + (byteCapacity & 1) - raw.byteCount);
-    return XmlError::None;
+XmlError XmlFile::readBytes(const Descriptor& file, size_t sizeHint, RawBytes& raw) {
+    size_t capacity = 0;
+    size_t count = 0;
+    for (;;) {
+        if (capacity - count < padding) {
+            // Even, so that the buffer holds whole UTF-16 units; at most a little past the limit.
+            size_t grown = capacity == 0 ? (sizeHint > 0 ? sizeHint + padding : firstCapacity) : capacity * 2;
+            grown = (std::min(grown, static_cast<size_t>(maxSize) + 2 * padding) + 1) & ~size_t{1};
+            void* memory = std::realloc(raw.storage.get(), grown);
+            if (memory == nullptr)
+                throw std::bad_alloc();
+            static_cast<void>(raw.storage.release());
+            raw.storage.reset(static_cast<char16_t*>(memory));
+            capacity = grown;
+        }
+        auto* bytes = reinterpret_cast<unsigned char*>(raw.storage.get());
+        const ssize_t got = read(file.fd, bytes + count, capacity - count - (padding - 1));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            return XmlError::CannotOpenFile;
+        if (got == 0)
+            break;
+        count += static_cast<size_t>(got);
+        if (count > static_cast<size_t>(maxSize))
+            return XmlError::FileTooLarge;
+    }
+    std::memset(reinterpret_cast<unsigned char*>(raw.storage.get()) + count, 0, padding - 1);
+    raw.byteCount = count;
+    return count == 0 ? XmlError::EmptyFile : XmlError::None;
 }
 
 XmlError XmlFile::readFile(const char* path, RawBytes& raw) {
-    FileHandle file;
-    int64_t size = 0;
-    XmlError error = openFile(path, file);
+    Descriptor file;
+    size_t sizeHint = 0;
+    XmlError error = openFile(path, file, sizeHint);
     if (error == XmlError::None)
-        error = fileSize(file.get(), size);
-    if (error == XmlError::None)
-        error = readBytes(file.get(), size, raw);
+        error = readBytes(file, sizeHint, raw);
     return error;
 }
 

@@ -5,8 +5,15 @@
 #include "xml/XmlNode.h"
 
 #include <cstddef>
+#include <cstdlib>
 #include <memory>
 #include <vector>
+
+// What malloc and realloc gave: a buffer that grows in place while a file is read into it.
+struct FreeMemory {
+    void operator()(void* memory) const noexcept { std::free(memory); }
+};
+using RawStorage = std::unique_ptr<char16_t[], FreeMemory>;
 
 // The text of one document, shared by all of its records: the loaded (or converted) UTF-8 that
 // every view points into, and the few strings the parser had to make (decoded references,
@@ -14,7 +21,7 @@
 // position can be counted on it after the parse.
 struct XmlStore {
     int32_t refCount = 0;                 // one per record
-    std::unique_ptr<char16_t[]> raw;      // the file as read, when parsed where it lies
+    RawStorage raw;                       // the file as read, when parsed where it lies
     std::unique_ptr<char[]> converted;    // the text converted to UTF-8, otherwise
     std::vector<std::unique_ptr<char[]>> made;
     char* chunkNext = nullptr;  // free room in the last chunk of made

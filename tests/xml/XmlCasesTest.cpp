@@ -18,6 +18,10 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -73,19 +77,53 @@ std::string outcome(const XmlParseResult& result, const XmlNode& node) {
            std::to_string(result.column) + " " + dump(node) + (node.parent().isEmpty() ? "" : " in a parent");
 }
 
-// The input as the bytes of a file of this test process, or (missing), (dir) (a folder), (null)
-// (no name) and (huge) (a sparse file of 2 GB).
+// The bytes through a FIFO at path, with a writer from the start, as a shell's <(...) gives them.
+std::string parseFromPipe(const fs::path& path, const std::string& bytes, std::string_view tag) {
+    if (mkfifo(path.c_str(), 0600) != 0)
+        return "no FIFO";
+    // Opened first so that the writer's open does not wait for the loader's.
+    const int keeper = open(path.c_str(), O_RDONLY | O_NONBLOCK);
+    const int writer = open(path.c_str(), O_WRONLY);
+    std::thread writing([&] {
+        for (size_t done = 0; done < bytes.size();) {
+            const ssize_t written = write(writer, bytes.data() + done, bytes.size() - done);
+            if (written <= 0)
+                break;
+            done += static_cast<size_t>(written);
+        }
+        close(writer);
+    });
+    XmlParseResult result{XmlError::None, -1, -1};
+    const XmlNode node = XmlNode::parseFile(path.c_str(), tag, &result);
+    writing.join();
+    close(keeper);
+    fs::remove(path);
+    return outcome(result, node);
+}
+
+// The input as the bytes of a file of this test process, which must read the same through a
+// pipe; or (missing), (dir) (a folder), (null) (no name), (huge) (a sparse file of 2 GB), (fifo)
+// (a FIFO no one writes to) and (padded) (an element and 300 KB of blanks, more than a pipe's
+// first buffer).
 std::string parseFile(const std::string& input, std::string_view tag) {
     const fs::path path = fs::temp_directory_path() / (input == "(dir)" ? "" : "anarep-xml-" + std::to_string(getpid()));
-    if (input != "(dir)" && input != "(missing)")
-        std::ofstream(path, std::ios::binary) << input;
+    const std::string bytes = input == "(padded)" ? "<r/>" + std::string(300000, ' ') : input;
+    const bool special = input == "(dir)" || input == "(missing)" || input == "(null)" || input == "(huge)";
+    if (input == "(fifo)")
+        mkfifo(path.c_str(), 0600);
+    else if (input != "(dir)" && input != "(missing)")
+        std::ofstream(path, std::ios::binary) << bytes;
     if (input == "(huge)")
         fs::resize_file(path, static_cast<uintmax_t>(XmlFile::maxSize) + 1);
     XmlParseResult result{XmlError::None, -1, -1};
     const XmlNode node = XmlNode::parseFile(input == "(null)" ? nullptr : path.c_str(), tag, &result);
     if (input != "(dir)")
         fs::remove(path);
-    return outcome(result, node);
+    const std::string answer = outcome(result, node);
+    if (special || input == "(fifo)")
+        return answer;
+    const std::string piped = parseFromPipe(path, bytes, tag);
+    return piped == answer ? answer : "through a pipe: " + piped;
 }
 
 // An ASCII document must give the same answer from files in each encoding, whose bytes take

@@ -1,0 +1,1 @@
+earlier excanvas.compiled.js

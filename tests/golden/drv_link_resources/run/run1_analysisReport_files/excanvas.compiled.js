@@ -1,0 +1,1 @@
+../../elsewhere/excanvas.compiled.js
