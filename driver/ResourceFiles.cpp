@@ -34,8 +34,10 @@ QString pageRelativeBase(const QString& basePath) {
     for (qsizetype i = 0; i < name.size(); ++i) {
         const char16_t c = name[i].unicode();
         // A backslash is a slash to the browser, a colon in the first segment ends a scheme,
-        // and leading blanks and control characters are dropped from a URL.
-        if (c < 0x20 || c == 0x7f || (c == u' ' && i == 0) || QStringView(u"%#?\\:\"&").contains(QChar(c)))
+        // and leading blanks and control characters are dropped from a URL. Without < > ' a
+        // name could end the tag, its attribute or the conditional comment around the canvas
+        // script ("-->", "--!>") and add markup of its own.
+        if (c < 0x20 || c == 0x7f || (c == u' ' && i == 0) || QStringView(u"%#?\\:\"&<>'").contains(QChar(c)))
             out += QString::asprintf("%%%02X", c);
         else
             out += name[i];

@@ -19,6 +19,6 @@ bool copyResourceFile(const QString& fileName, const QString& path);
 PageFrame::InlineResources inlineResourceSet();
 
 // The base path as the page, lying beside its side directory, names it: its last component,
-// with the characters that a URL or the double-quoted attribute would read otherwise (% # ? \ :
-// " &, control characters and a leading blank) percent-encoded. Other names stay as typed.
+// with the characters that a URL or the markup around it would read otherwise (% # ? \ : " & < >
+// ', control characters and a leading blank) percent-encoded. Other names stay as typed.
 QString pageRelativeBase(const QString& basePath);
