@@ -26,9 +26,11 @@ std::string pageRelativeBase(std::string_view basePath) {
         const size_t length = TextEncoding::sequenceLength(p, end);
         const unsigned char c = *p;
         // A backslash is a slash to the browser, a colon in the first segment ends a scheme,
-        // and leading blanks and control characters are dropped from a URL.
+        // and leading blanks and control characters are dropped from a URL. Without < > ' a
+        // name could end the tag, its attribute or the conditional comment around the canvas
+        // script ("-->", "--!>") and add markup of its own.
         if (length == 0 || c < 0x20 || c == 0x7f || (c == ' ' && p == bytes) ||
-            std::string_view("%#?\\:\"&").find(static_cast<char>(c)) != std::string_view::npos) {
+            std::string_view("%#?\\:\"&<>'").find(static_cast<char>(c)) != std::string_view::npos) {
             static constexpr char hex[] = "0123456789ABCDEF";
             out += '%';
             out += hex[c >> 4];

@@ -18,8 +18,8 @@ QByteArray readResource(const QString& fileName);
 PageFrame::InlineResources inlineResourceSet();
 
 // The base path (bytes) as the page, lying beside its side directory, names it: its last
-// component, with the characters that a URL or the double-quoted attribute would read otherwise
-// (% # ? \ : " &, control characters and a leading blank) and every byte that is not part of
-// well-formed UTF-8 percent-encoded, so that the browser opens the file of exactly these bytes.
-// Other names stay as typed.
+// component, with the characters that a URL or the markup around it would read otherwise
+// (% # ? \ : " & < > ', control characters and a leading blank) and every byte that is not part of
+// well-formed UTF-8 percent-encoded, so that the browser opens the file of exactly these bytes and
+// no name can end the attribute, the tag or a comment. Other names stay as typed.
 std::string pageRelativeBase(std::string_view basePath);

@@ -2,7 +2,9 @@
 
 #include "xml/XmlNode.h"
 
+#include <algorithm>
 #include <array>
+#include <vector>
 
 namespace Escape {
 namespace {
@@ -13,29 +15,45 @@ bool isAsciiLetterOrDigit(char c) { return isAsciiLetter(c) || (c >= '0' && c <=
 
 // The inline formatting elements that document texts use for emphasis. Any other element could
 // restructure the page (a heading, a list, a form control swallowing what follows) or hide it.
-bool isInlineFormatting(std::string_view name) {
-    static constexpr std::array<std::string_view, 17> names = {
-        "b", "i", "u", "em", "strong", "sub", "sup", "small", "big", "s", "strike", "tt", "code", "span", "font",
-        "br", "mark"};
-    for (const std::string_view formatting : names)
-        if (xmlNamesEqual(name, formatting))
-            return true;
-    return false;
+constexpr std::array<std::string_view, 17> inlineFormatting = {
+    "b", "i", "u", "em", "strong", "sub", "sup", "small", "big", "s", "strike", "tt", "code", "span", "font",
+    "br", "mark"};
+
+// The position of name in inlineFormatting, or its size.
+size_t inlineFormattingIndex(std::string_view name) {
+    size_t k = 0;
+    while (k < inlineFormatting.size() && !xmlNamesEqual(name, inlineFormatting[k]))
+        ++k;
+    return k;
 }
 
-// Whether the "<" at text[at] may stay: it starts no markup at all (a digit, a blank or the
-// end follows), or a bare start or end tag of an inline formatting element.
-bool harmlessLessThan(std::string_view text, size_t at) {
+// What a "<" in a text shown as markup starts.
+struct LessThan {
+    enum Kind { Text, StartTag, EndTag, Other } kind;
+    std::string_view name;  // of a start or end tag, as written
+    size_t element;         // its position in inlineFormatting
+    size_t length;          // of the tag, "<" to ">"
+};
+
+// Text: it starts no markup at all (a digit, a blank or the end follows). A bare start or end
+// tag of an inline formatting element. Other: anything the browser would read as markup.
+LessThan lessThanAt(std::string_view text, size_t at) {
     size_t start = at + 1;
     const bool endTag = start < text.size() && text[start] == '/';
     if (endTag)
         ++start;
-    if (start >= text.size() || !isAsciiLetter(text[start]))
-        return !endTag && (start >= text.size() || (text[start] != '!' && text[start] != '?'));
+    if (start >= text.size() || !isAsciiLetter(text[start])) {
+        const bool inert = !endTag && (start >= text.size() || (text[start] != '!' && text[start] != '?'));
+        return {inert ? LessThan::Text : LessThan::Other, {}, 0, 0};
+    }
     size_t end = start;
     while (end < text.size() && isAsciiLetterOrDigit(text[end]))
         ++end;
-    return end < text.size() && text[end] == '>' && isInlineFormatting(text.substr(start, end - start));
+    const std::string_view name = text.substr(start, end - start);
+    const size_t element = inlineFormattingIndex(name);
+    if (end == text.size() || text[end] != '>' || element == inlineFormatting.size())
+        return {LessThan::Other, {}, 0, 0};
+    return {endTag ? LessThan::EndTag : LessThan::StartTag, name, element, end + 1 - at};
 }
 
 }  // namespace
@@ -63,12 +81,54 @@ std::string text(std::string_view text) {
 std::string inlineMarkup(std::string_view text) {
     std::string out;
     out.reserve(text.size());
+    // The tags the text has opened and not closed, innermost last, and how many of each element
+    // are among them. A browser keeps formatting elements open past the end of the element
+    // holding the text, and re-opens them after it: whatever is left open here would restyle
+    // the rest of the page.
+    std::vector<LessThan> open;
+    std::array<size_t, inlineFormatting.size()> openCount{};
+    const auto close = [&](size_t count) {
+        for (; count > 0; --count) {
+            out += "</";
+            out += open.back().name;
+            out += '>';
+            --openCount[open.back().element];
+            open.pop_back();
+        }
+    };
     for (size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '<' && !harmlessLessThan(text, i))
-            out += "&lt;";
-        else
+        if (text[i] != '<') {
             out += text[i];
+            continue;
+        }
+        const LessThan tag = lessThanAt(text, i);
+        if (tag.kind == LessThan::Text) {
+            out += '<';
+            continue;
+        }
+        if (tag.kind == LessThan::Other) {
+            out += "&lt;";
+            continue;
+        }
+        if (tag.kind == LessThan::StartTag) {
+            if (inlineFormatting[tag.element] != "br") {
+                open.push_back(tag);
+                ++openCount[tag.element];
+            }
+            out += text.substr(i, tag.length);
+        } else if (openCount[tag.element] > 0) {
+            // What was opened inside the element closes first, so that every element nests.
+            const auto opened = std::find_if(open.rbegin(), open.rend(),
+                                             [&tag](const LessThan& o) { return o.element == tag.element; });
+            close(static_cast<size_t>(opened - open.rbegin()));
+            --openCount[tag.element];
+            open.pop_back();
+            out += text.substr(i, tag.length);
+        }
+        // An end tag of nothing the text opened is dropped: it would close an element of the page.
+        i += tag.length - 1;
     }
+    close(open.size());
     return out;
 }
 

@@ -14,7 +14,9 @@ std::string text(std::string_view text);
 // Text in markup that the page shows as markup: a bare start or end tag of an inline
 // formatting element (b i u em strong sub sup small big s strike tt code span font br mark,
 // any case) stays; every other "<" that would start markup (another element, a comment, a
-// declaration, a processing instruction, a tag with attributes) becomes &lt;.
+// declaration, a processing instruction, a tag with attributes) becomes &lt;. The kept tags
+// nest and end inside the text: an end tag closes first what was opened after its element, one
+// that matches nothing open is dropped, and whatever is still open is closed at the end.
 std::string inlineMarkup(std::string_view text);
 
 // Attribute values between double quotes: & and " become entities.

@@ -73,6 +73,8 @@ INSTANTIATE_TEST_SUITE_P(Driver, PageRelativeBaseTest, testing::Values(
     std::pair("50% #3?.x", "50%25 %233%3F.x"),
     std::pair("c:\\x", "c%3A%5Cx"),
     std::pair("a\"b&c", "a%22b%26c"),
+    std::pair("x--><img src=x onerror=f()>_r", "x--%3E%3Cimg src=x onerror=f()%3E_r"),
+    std::pair("y--!><b title='t'>", "y--!%3E%3Cb title=%27t%27%3E"),
     std::pair("  two\tlines\n\x7f", "%20 two%09lines%0A%7F")));
 
 }  // namespace
