@@ -1,0 +1,163 @@
+// The page's chart API, `new Highcharts.Chart(options)`, answered by the chart library: the
+// options are mapped (chart-options.js), the chart is drawn when schedule() says, and the
+// page's tooltip formatter runs with the `this` it was written for. `Highcharts.charts` lists
+// the drawn charts, each with renderTo and series[k].data/points, for anyone reading them.
+import {init} from 'echarts/core';
+import {chartOption, pointOf, seriesOrder} from './chart-options.js';
+import {markupToHtml} from './markup.js';
+import {schedule} from './schedule.js';
+
+const SAVE_STYLE = '.anarep-save{position:absolute;top:2px;right:2px;z-index:2;padding:0 4px;font:12px/16px sans-serif;'
+  + 'color:#555;background:#fff;border:1px solid #ccc;border-radius:3px;cursor:pointer;opacity:.6}'
+  + '.anarep-save:hover,.anarep-save:focus{opacity:1}@media print{.anarep-save{display:none}}';
+
+function containerOf(target) {
+  return typeof target === 'string' ? document.getElementById(target) : target;
+}
+
+// The container's size from its style attribute, where the page states it: no layout needed.
+function inlineSize(element) {
+  const style = element.style;
+  const px = (value) => (/^\d+(\.\d+)?px$/.test(value) ? parseFloat(value) : null);
+  const width = px(style.width);
+  const height = px(style.height);
+  return width === null || height === null ? {} : {width, height};
+}
+
+let rootSize = null;
+function rootFontSize() {
+  rootSize ??= parseFloat(getComputedStyle(document.documentElement).fontSize) || 16;
+  return rootSize;
+}
+
+function makeSeries(chart, options) {
+  const categories = options.xAxis?.[0]?.categories ?? options.xAxis?.categories;
+  return (options.series || []).map((given, index) => {
+    const series = {chart, index, name: given.name, type: given.type || 'line', color: given.color, visible: true,
+      userOptions: given, options: given};
+    series.data = series.points = (given.data || []).map((entry, i) => {
+      const [x, y] = pointOf(entry, i);
+      return {x, y, index: i, series, category: categories ? categories[i] : x};
+    });
+    return series;
+  });
+}
+
+let styled = false;
+function addSaveControl(chart, instance) {
+  if (!styled) {
+    document.head.appendChild(document.createElement('style')).textContent = SAVE_STYLE;
+    styled = true;
+  }
+  const button = document.createElement('button');
+  button.type = 'button';
+  button.className = 'anarep-save';
+  button.textContent = '\u2913';
+  button.title = 'Save this chart as an image';
+  button.setAttribute('aria-label', 'Save this chart as an image');
+  button.addEventListener('click', () => {
+    const link = document.createElement('a');
+    link.href = instance.getDataURL({type: 'svg', backgroundColor: '#ffffff'});
+    link.download = `${chart.renderTo.id || 'chart'}.svg`;
+    link.click();
+  });
+  if (!chart.renderTo.style.position) {
+    chart.renderTo.style.position = 'relative';
+  }
+  chart.renderTo.appendChild(button);
+}
+
+export class Chart {
+  constructor(options = {}, callback) {
+    this.userOptions = this.options = options;
+    this.renderTo = containerOf(options.chart?.renderTo);
+    this.series = makeSeries(this, options);
+    this.hasRendered = false;
+    if (!this.renderTo) {
+      throw new Error(`no chart container ${options.chart?.renderTo}`);
+    }
+    schedule(this.renderTo, () => this.draw(callback));
+  }
+
+  draw(callback) {
+    const option = chartOption(this.options, rootFontSize());
+    // The library's order of series differs from the page's where series are stacked.
+    this.order = seriesOrder(this.options.series || []);
+    const instance = this.instance = init(this.renderTo, null, {renderer: 'svg', ...inlineSize(this.renderTo)});
+    try {
+      instance.setOption(option);
+    } catch (error) {
+      instance.dispose();
+      throw error;
+    }
+    this.container = this.renderTo;
+    this.trackPointer(instance);
+    addSaveControl(this, instance);
+    this.hasRendered = true;
+    Chart.charts.push(this);
+    callback?.call(this, this);
+    this.renderTo.dispatchEvent(new CustomEvent('chartdrawn', {bubbles: true}));
+  }
+
+  // The page's tooltip text for one point, its markup limited to what the page writes.
+  tooltipHtml(series, point) {
+    const formatter = this.options.tooltip?.formatter;
+    const context = {x: point.category, y: point.y, series, point, key: point.category, chart: this};
+    const text = typeof formatter === 'function' ? formatter.call(context)
+      : `<b>${series.name}</b><br/>${point.category}: ${point.y}`;
+    return text === false || text === undefined || text === null ? '' : markupToHtml(String(text));
+  }
+
+  // The point the pointer is nearest to, as the page's API chose it: by x first for lines and
+  // columns (then by y among equals), in the plane for scatters; series without tracking left out.
+  nearest(instance, x, y) {
+    let best = null;
+    this.pixels ??= this.order.map((index, k) => {
+      const series = this.series[index];
+      return series.userOptions.enableMouseTracking === false ? null
+        : series.points.map((p) => (p.y === null ? null : instance.convertToPixel({seriesIndex: k}, [this.isCategories() ? p.index : p.x, p.y])));
+    });
+    this.pixels.forEach((places, k) => {
+      const plane = this.series[this.order[k]].type === 'scatter';
+      places?.forEach((at, i) => {
+        if (!at) {
+          return;
+        }
+        const dx = Math.abs(at[0] - x);
+        const dy = Math.abs(at[1] - y);
+        const score = plane ? [Math.hypot(dx, dy), 0] : [Math.round(dx), dy];
+        if (!best || score[0] < best.score[0] || score[0] === best.score[0] && score[1] < best.score[1]) {
+          best = {score, seriesIndex: k, dataIndex: i};
+        }
+      });
+    });
+    return best;
+  }
+
+  isCategories() {
+    return Boolean(this.options.xAxis?.[0]?.categories ?? this.options.xAxis?.categories);
+  }
+
+  trackPointer(instance) {
+    instance.setOption({tooltip: {formatter: (params) => {
+      const series = this.series[this.order[params.seriesIndex]];
+      return this.tooltipHtml(series, series.points[params.dataIndex]);
+    }}});
+    const zr = instance.getZr();
+    zr.on('mousemove', (event) => {
+      const hit = instance.containPixel({gridIndex: 0}, [event.offsetX, event.offsetY])
+        && this.nearest(instance, event.offsetX, event.offsetY);
+      if (hit) {
+        instance.dispatchAction({type: 'showTip', seriesIndex: hit.seriesIndex, dataIndex: hit.dataIndex});
+      } else {
+        instance.dispatchAction({type: 'hideTip'});
+      }
+    });
+    zr.on('globalout', () => instance.dispatchAction({type: 'hideTip'}));
+    instance.on('datazoom', () => {
+      this.pixels = null;
+    });
+  }
+}
+
+Chart.charts = [];
