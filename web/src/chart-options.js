@@ -34,42 +34,82 @@ const lineHeight = (size) => (size < 24 ? size + 3 : Math.round(size * 1.2));
 const lines = (text) => 1 + (String(text).match(/<br\s*\/?>/gi) || []).length;
 const shown = (part) => part && part.text !== undefined && part.text !== null && part.text !== '';
 
-// Title and subtitle centred above the plot. A chart with a fixed top margin too low for them
-// at the usual sizes (the lift charts: a title over a two-line subtitle in 60 pixels) gets
-// them just small enough to clear the plot.
-export function mapTitles({chart, title, subtitle}, root = 16) {
-  if (!shown(title) && !shown(subtitle)) {
-    return {show: false};
+// How many lines a text of the page's markup takes in a width: its own breaks, and the words
+// of a line too long wrapped as the library wraps them. Without a measure, its own breaks only.
+export function lineCount(markup, width, measure) {
+  const lines = markupToText(markup).split('\n');
+  if (!measure || !width) {
+    return lines.length;
   }
+  let count = 0;
+  for (const line of lines) {
+    let used = 0;
+    count++;
+    for (const word of line.split(/(?<=\s)/)) {
+      const wide = measure(word);
+      if (used > 0 && used + wide > width) {
+        count++;
+        used = 0;
+      }
+      used += wide;
+      // A single word wider than the line is broken inside.
+      while (used > width) {
+        count++;
+        used -= width;
+      }
+    }
+  }
+  return count;
+}
+
+// Where title and subtitle go above the plot, and how large. A chart with a fixed top margin
+// too low for them at the usual sizes (the lift charts: a title over a two-line subtitle in 60
+// pixels) gets them just small enough to clear the plot; a title wrapped over more lines than
+// that allows pushes the plot down (bottom: the lowest pixel the titles reach).
+export function titleLayout({chart, title, subtitle}, root = 16, width = null, measure = null) {
   const top = margins(chart)[0];
-  const titleLines = shown(title) ? lines(title.text) : 0;
-  const subtitleLines = shown(subtitle) ? lines(subtitle.text) : 0;
-  const needed = (scale, space) => space + TITLE_GAP + titleLines * lineHeight(TITLE_EM * root * scale)
-    + subtitleLines * lineHeight(SUBTITLE_EM * root * scale);
+  const wrapWidth = width ? width - 2 * SPACING : null;
+  const count = (part, em, bold) => (shown(part)
+    ? lineCount(part.text, wrapWidth, measure && ((text) => measure(text, em * root, bold))) : 0);
+  const titleLines = count(title, TITLE_EM, true);
+  const subtitleLines = count(subtitle, SUBTITLE_EM, false);
+  const ownLines = (part) => (shown(part) ? lines(part.text) : 0);
+  const height = (scale, space, a, b) => space + TITLE_GAP + a * lineHeight(TITLE_EM * root * scale)
+    + b * lineHeight(SUBTITLE_EM * root * scale);
   let scale = 1;
   let space = SPACING;
-  if (top !== null && needed(1, SPACING) > top - TITLE_GAP) {
+  if (top !== null && height(1, SPACING, ownLines(title), ownLines(subtitle)) > top - TITLE_GAP) {
     space = 5;
-    while (scale > SMALLEST && needed(scale, space) > top - TITLE_GAP) {
+    while (scale > SMALLEST && height(scale, space, ownLines(title), ownLines(subtitle)) > top - TITLE_GAP) {
       scale = Math.round((scale - 0.02) * 100) / 100;
     }
+  }
+  const bottom = shown(title) || shown(subtitle) ? height(scale, space, titleLines, subtitleLines) : 0;
+  return {scale, space, bottom, wrapWidth};
+}
+
+// Title and subtitle centred above the plot, in the places titleLayout found.
+export function mapTitles({title, subtitle}, root, {scale, space, wrapWidth}) {
+  if (!shown(title) && !shown(subtitle)) {
+    return {show: false};
   }
   const size = (em) => Math.round(em * root * scale * 100) / 100;
   const mainStyle = {fontSize: size(TITLE_EM), lineHeight: lineHeight(size(TITLE_EM)), color: '#333333', fontWeight: 'bold'};
   const subStyle = {fontSize: size(SUBTITLE_EM), lineHeight: lineHeight(size(SUBTITLE_EM)), color: '#666666', fontWeight: 'normal'};
+  const wrap = wrapWidth ? {width: wrapWidth, overflow: 'break'} : {};
   const main = markupToRich(shown(title) ? title.text : '', mainStyle);
   const sub = markupToRich(shown(subtitle) ? subtitle.text : '', subStyle);
   return {
     left: 'center', top: space, itemGap: TITLE_GAP, padding: 0,
-    text: main.text, textStyle: {...mainStyle, rich: main.rich},
-    subtext: sub.text, subtextStyle: {...subStyle, rich: sub.rich},
+    text: main.text, textStyle: {...mainStyle, rich: main.rich, ...wrap},
+    subtext: sub.text, subtextStyle: {...subStyle, rich: sub.rich, ...wrap},
   };
 }
 
 // The plot where the fixed margins put it; sides without one keep the library's room.
-export function mapGrid({chart}) {
+export function mapGrid({chart}, titlesBottom = 0) {
   const [top, right, bottom, left] = margins(chart);
-  return {top: top ?? 60, right: right ?? 20, bottom: bottom ?? 60, left: left ?? 60};
+  return {top: Math.max(top ?? 60, Math.ceil(titlesBottom) + TITLE_GAP), right: right ?? 20, bottom: bottom ?? 60, left: left ?? 60};
 }
 
 // Slanted category names are cut with an ellipsis to the length whose slanted box fits in the
@@ -258,13 +298,14 @@ export function describe({title, subtitle, xAxis, yAxis, series}) {
 }
 
 // The whole option of one chart.
-export function chartOption(options, root = 16) {
+export function chartOption(options, {root = 16, width = null, measure = null} = {}) {
+  const titles = titleLayout(options, root, width, measure);
   const zoom = /x/.test(options.chart?.zoomType ?? '') || /y/.test(options.chart?.zoomType ?? '');
   const axes = mapAxes(options, root);
   return {
     animation: false,
-    title: mapTitles(options, root),
-    grid: mapGrid(options),
+    title: mapTitles(options, root, titles),
+    grid: mapGrid(options, titles.bottom),
     ...axes,
     series: mapSeries(options),
     legend: mapLegend(options),

@@ -43,6 +43,14 @@ function makeSeries(chart, options) {
   });
 }
 
+// Text widths in the page's sans font, measured off the document: no layout of the page.
+let context = null;
+function measure(text, size, bold) {
+  context ??= document.createElement('canvas').getContext('2d');
+  context.font = `${bold ? 'bold ' : ''}${size}px sans-serif`;
+  return context.measureText(text).width;
+}
+
 let styled = false;
 function addSaveControl(chart, instance) {
   if (!styled) {
@@ -80,10 +88,11 @@ export class Chart {
   }
 
   draw(callback) {
-    const option = chartOption(this.options, rootFontSize());
+    const size = inlineSize(this.renderTo);
+    const option = chartOption(this.options, {root: rootFontSize(), width: size.width ?? this.renderTo.clientWidth, measure});
     // The library's order of series differs from the page's where series are stacked.
     this.order = seriesOrder(this.options.series || []);
-    const instance = this.instance = init(this.renderTo, null, {renderer: 'svg', ...inlineSize(this.renderTo)});
+    const instance = this.instance = init(this.renderTo, null, {renderer: 'svg', ...size});
     try {
       instance.setOption(option);
     } catch (error) {
@@ -145,8 +154,10 @@ export class Chart {
     }}});
     const zr = instance.getZr();
     zr.on('mousemove', (event) => {
-      const hit = instance.containPixel({gridIndex: 0}, [event.offsetX, event.offsetY])
-        && this.nearest(instance, event.offsetX, event.offsetY);
+      // A point on the plot's edge is hovered from either side of it.
+      const near = [[0, 0], [-3, -3], [3, 3], [-3, 3], [3, -3]]
+        .some(([dx, dy]) => instance.containPixel({gridIndex: 0}, [event.offsetX + dx, event.offsetY + dy]));
+      const hit = near && this.nearest(instance, event.offsetX, event.offsetY);
       if (hit) {
         instance.dispatchAction({type: 'showTip', seriesIndex: hit.seriesIndex, dataIndex: hit.dataIndex});
       } else {

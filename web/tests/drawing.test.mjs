@@ -9,8 +9,7 @@ import {mkdtemp, readFile, rm} from 'node:fs/promises';
 import {tmpdir} from 'node:os';
 import {join} from 'node:path';
 import {promisify} from 'node:util';
-import {REPO_DIR, fileUrl, launchBrowser} from './browser.mjs';
-import {chartContainers, chartsDrawn, makePage, pairRun} from '../tools/report-pages.mjs';
+import {REPO_DIR, chartContainers, chartsDrawn, fileUrl, launchBrowser, makePage, pairRun} from '../lib/pages.mjs';
 
 const VARIABLES = 40;
 let browser;
@@ -28,9 +27,9 @@ function noteDrawing(move) {
     window.__firstWindow = Array.from(document.querySelectorAll('div[id]'))
       .filter((div) => /^(delivered|selectedPruned|container)/.test(div.id))
       .filter((div) => div.getBoundingClientRect().top < innerHeight).map((div) => div.id);
-    Highcharts.addEvent(Highcharts.Chart, 'load', function () {
-      window.__drawn.push(this.renderTo.id);
-      if (move && this.renderTo.id === 'selectedPruned') {
+    document.addEventListener('chartdrawn', (event) => {
+      window.__drawn.push(event.target.id);
+      if (move && event.target.id === 'selectedPruned') {
         setTimeout(() => {
           window.__movedAt = window.__drawn.length;
           (0, eval)(move);

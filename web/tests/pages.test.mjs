@@ -9,9 +9,8 @@ import {existsSync} from 'node:fs';
 import {cp, mkdtemp, readFile, rm} from 'node:fs/promises';
 import {tmpdir} from 'node:os';
 import {join} from 'node:path';
-import {FONT_SETS, REPO_DIR, WEB_DIR, chartsDrawn, fileUrl, launchBrowser} from './browser.mjs';
-import {EXAMPLES, chartContainers, makePage, pairRun, reportRuns, watch} from '../tools/report-pages.mjs';
-import {inspectPage, watchFontSizes} from './page-checks.mjs';
+import {EXAMPLES, FONT_SETS, REPO_DIR, WEB_DIR, chartContainers, chartsDrawn, fileUrl, launchBrowser, makePage, pairRun, reportRuns, watch} from '../lib/pages.mjs';
+import {inspectPage} from './page-checks.mjs';
 
 const example = pairRun(EXAMPLES, join(EXAMPLES, 'breast_cancer_analysisReport.xml'), 'examples');
 const odd = 'runs/housing #1 50%';
@@ -42,12 +41,12 @@ async function view(browser, fonts, path, run, layoutOnly) {
     const spans = Object.fromEntries(['orbLine', 'orbBox'].map((cls) => [cls,
       Array.from(html.matchAll(new RegExp(`<span class="${cls}">([^<]*)</span>`, 'g')), (m) => m[1])]));
     const drawn = await chartsDrawn(page, containers.length);
-    const found = await page.evaluate(inspectPage, {containers, spans, kind: run.kind, fixture: Boolean(run.fixture), layoutOnly});
+    const found = await page.evaluate(inspectPage, {containers, spans, kind: run.kind, layoutOnly});
     // The font the charts were drawn in, from the browser's own account.
     const session = await page.context().newCDPSession(page);
     await Promise.all(['DOM.enable', 'CSS.enable'].map((command) => session.send(command)));
     const {root} = await session.send('DOM.getDocument', {depth: -1});
-    const {nodeId} = await session.send('DOM.querySelector', {nodeId: root.nodeId, selector: '.highcharts-title'});
+    const {nodeId} = await session.send('DOM.querySelector', {nodeId: root.nodeId, selector: 'div[_echarts_instance_] svg text'});
     const used = nodeId ? (await session.send('CSS.getPlatformFontsForNode', {nodeId})).fonts : [];
     found.layout.push(...(drawn ? [] : ['charts did not all draw']),
       ...used.map((f) => f.familyName).filter((name) => name !== fonts.sans).map((name) => `drawn in ${name}`));
@@ -76,7 +75,6 @@ async function prepare(run) {
 before(async () => {
   for (const fonts of FONT_SETS) {
     browsers.push(await launchBrowser({fonts}));
-    await browsers.at(-1).context.addInitScript(watchFontSizes);
   }
   // Two runs at a time: one is made or drawn while the other waits on the browser.
   const lanes = [Promise.resolve(), Promise.resolve()];
@@ -122,7 +120,7 @@ for (const run of RUNS) {
       }
     });
 
-    for (const group of ['charts', 'points', 'lifts', 'sparklines', 'links', 'tooltips']) {
+    for (const group of ['charts', 'points', 'lifts', 'sparklines', 'links', 'tooltips', 'aria']) {
       test(group, () => assert.deepEqual(opened().found[group], []));
     }
     // Text widths differ by font: every chart text must lie inside its chart in both.

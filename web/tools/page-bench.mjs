@@ -21,8 +21,7 @@ import {mkdtemp, readFile, rm} from 'node:fs/promises';
 import {tmpdir} from 'node:os';
 import {basename, dirname, join, resolve} from 'node:path';
 import {promisify} from 'node:util';
-import {REPO_DIR, fileUrl, launchBrowser} from '../tests/browser.mjs';
-import {chartContainers, chartsDrawn, makePage, pairRun, watch} from './report-pages.mjs';
+import {REPO_DIR, chartContainers, chartsDrawn, fileUrl, launchBrowser, makePage, pairRun, watch} from '../lib/pages.mjs';
 
 const options = {runs: 3, vars: [10, 100, 500], modalities: 20, data: null, timeout: 300, bundles: [], reports: [],
   jump: true, all: true};
