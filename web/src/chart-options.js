@@ -217,15 +217,32 @@ export function seriesOrder(series) {
   return order;
 }
 
-export function mapSeries({chart, series, xAxis}) {
+// Markers whose size is given but not whether they show are left out where the points lie
+// closer than two radii apart, as the page's API did: a curve of a thousand points is a line.
+export function markersFit(points, radius, plotWidth, axis = {}) {
+  if (!plotWidth || points.length < 2) {
+    return true;
+  }
+  const xs = points.map((p) => p[0]).filter(isNumber).sort((a, b) => a - b);
+  const low = isNumber(axis.min) ? axis.min : xs[0];
+  const high = isNumber(axis.max) ? axis.max : xs[xs.length - 1];
+  let gap = Infinity;
+  for (let i = 1; i < xs.length; i++) {
+    gap = Math.min(gap, xs[i] - xs[i - 1] || Infinity);
+  }
+  return high <= low || gap === Infinity || gap / (high - low) * plotWidth >= 2 * radius;
+}
+
+export function mapSeries({chart, series, xAxis}, plotWidth = null) {
   const all = list(series);
   const categories = Boolean(list(xAxis)[0]?.categories);
   return seriesOrder(all).map((index) => {
     const s = all[index];
     const type = seriesType(s, chart);
     const marker = s.marker;
-    const noMarker = marker === false || marker?.enabled === false;
     const radius = isNumber(marker?.radius) ? marker.radius : 4;
+    const noMarker = marker === false || marker?.enabled === false || type === 'line' && marker?.enabled === undefined
+      && !markersFit(list(s.data).map(pointOf), radius, categories ? null : plotWidth, list(xAxis)[0]);
     const mapped = {
       type, name: decodeText(String(s.name ?? `Series ${index + 1}`)), yAxisIndex: s.yAxis ?? 0,
       color: s.color, animation: false,
@@ -267,16 +284,6 @@ export function mapLegend({legend, series}) {
   };
 }
 
-// The tooltip is shown by the adapter for the point nearest to the pointer; its text comes from
-// the page's formatter, given the chart's markup rules.
-export function mapTooltip() {
-  return {
-    show: true, trigger: 'item', triggerOn: 'none', renderMode: 'html', confine: true, transitionDuration: 0,
-    backgroundColor: 'rgba(247,247,247,0.95)', borderColor: '#999999', padding: 8,
-    textStyle: {fontSize: 12, color: '#333333'},
-  };
-}
-
 // What a screen reader says of the chart: its titles, its axes and its series.
 export function describe({title, subtitle, xAxis, yAxis, series}) {
   const text = (markup) => markupToText(markup ?? '').replace(/\s*\n\s*/g, '; ').trim();
@@ -300,16 +307,16 @@ export function describe({title, subtitle, xAxis, yAxis, series}) {
 // The whole option of one chart.
 export function chartOption(options, {root = 16, width = null, measure = null} = {}) {
   const titles = titleLayout(options, root, width, measure);
+  const grid = mapGrid(options, titles.bottom);
   const zoom = /x/.test(options.chart?.zoomType ?? '') || /y/.test(options.chart?.zoomType ?? '');
   const axes = mapAxes(options, root);
   return {
     animation: false,
     title: mapTitles(options, root, titles),
-    grid: mapGrid(options, titles.bottom),
+    grid,
     ...axes,
-    series: mapSeries(options),
+    series: mapSeries(options, width && width - grid.left - grid.right),
     legend: mapLegend(options),
-    tooltip: mapTooltip(options),
     aria: {enabled: true, label: {enabled: true, description: describe(options)}, decal: {show: false}},
     ...(zoom ? {dataZoom: [
       ...(/x/.test(options.chart.zoomType) ? [{type: 'inside', xAxisIndex: 0, filterMode: 'none', zoomOnMouseWheel: 'shift', moveOnMouseWheel: false}] : []),

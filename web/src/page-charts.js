@@ -7,6 +7,8 @@ import {chartOption, pointOf, seriesOrder} from './chart-options.js';
 import {markupToHtml} from './markup.js';
 import {schedule} from './schedule.js';
 
+const TOOLTIP_STYLE = 'position:absolute;display:block;pointer-events:none;z-index:3;white-space:nowrap;padding:8px;'
+  + 'font:12px/1.4 sans-serif;color:#333333;background:rgba(247,247,247,0.95);border:1px solid;border-radius:3px;';
 const SAVE_STYLE = '.anarep-save{position:absolute;top:2px;right:2px;z-index:2;padding:0 4px;font:12px/16px sans-serif;'
   + 'color:#555;background:#fff;border:1px solid #ccc;border-radius:3px;cursor:pointer;opacity:.6}'
   + '.anarep-save:hover,.anarep-save:focus{opacity:1}@media print{.anarep-save{display:none}}';
@@ -88,7 +90,9 @@ export class Chart {
   }
 
   draw(callback) {
+    const start = performance.now();
     const size = inlineSize(this.renderTo);
+    this.size = {width: size.width ?? this.renderTo.clientWidth, height: size.height ?? this.renderTo.clientHeight};
     const option = chartOption(this.options, {root: rootFontSize(), width: size.width ?? this.renderTo.clientWidth, measure});
     // The library's order of series differs from the page's where series are stacked.
     this.order = seriesOrder(this.options.series || []);
@@ -99,13 +103,15 @@ export class Chart {
       instance.dispose();
       throw error;
     }
+    // The library paints in its next animation frame; painted now, the chart is whole when told.
+    instance.getZr().flush();
     this.container = this.renderTo;
     this.trackPointer(instance);
     addSaveControl(this, instance);
     this.hasRendered = true;
     Chart.charts.push(this);
     callback?.call(this, this);
-    this.renderTo.dispatchEvent(new CustomEvent('chartdrawn', {bubbles: true}));
+    this.renderTo.dispatchEvent(new CustomEvent('chartdrawn', {bubbles: true, detail: {ms: performance.now() - start}}));
   }
 
   // The page's tooltip text for one point, its markup limited to what the page writes.
@@ -147,11 +153,29 @@ export class Chart {
     return Boolean(this.options.xAxis?.[0]?.categories ?? this.options.xAxis?.categories);
   }
 
+  // The tooltip is the adapter's own box: the library's shows only for points it draws a marker for.
+  showTooltip(hit, x, y) {
+    const box = this.tooltip ??= this.renderTo.appendChild(document.createElement('div'));
+    box.className = 'anarep-tooltip';
+    const series = this.series[this.order[hit.seriesIndex]];
+    box.innerHTML = this.tooltipHtml(series, series.points[hit.dataIndex]);
+    box.style.cssText = TOOLTIP_STYLE + `border-color:${series.color ?? '#999999'};left:0;top:0`;
+    const width = box.offsetWidth;
+    const height = box.offsetHeight;
+    const {width: chartWidth, height: chartHeight} = this.size;
+    const left = x + 12 + width > chartWidth ? Math.max(0, x - 12 - width) : x + 12;
+    const top = y + 12 + height > chartHeight ? Math.max(0, y - 12 - height) : y + 12;
+    box.style.left = `${left}px`;
+    box.style.top = `${top}px`;
+  }
+
+  hideTooltip() {
+    if (this.tooltip) {
+      this.tooltip.style.display = 'none';
+    }
+  }
+
   trackPointer(instance) {
-    instance.setOption({tooltip: {formatter: (params) => {
-      const series = this.series[this.order[params.seriesIndex]];
-      return this.tooltipHtml(series, series.points[params.dataIndex]);
-    }}});
     const zr = instance.getZr();
     zr.on('mousemove', (event) => {
       // A point on the plot's edge is hovered from either side of it.
@@ -159,12 +183,15 @@ export class Chart {
         .some(([dx, dy]) => instance.containPixel({gridIndex: 0}, [event.offsetX + dx, event.offsetY + dy]));
       const hit = near && this.nearest(instance, event.offsetX, event.offsetY);
       if (hit) {
-        instance.dispatchAction({type: 'showTip', seriesIndex: hit.seriesIndex, dataIndex: hit.dataIndex});
+        const series = this.series[this.order[hit.seriesIndex]];
+        const point = series.points[hit.dataIndex];
+        const at = instance.convertToPixel({seriesIndex: hit.seriesIndex}, [this.isCategories() ? point.index : point.x, point.y]);
+        this.showTooltip(hit, at[0], at[1]);
       } else {
-        instance.dispatchAction({type: 'hideTip'});
+        this.hideTooltip();
       }
     });
-    zr.on('globalout', () => instance.dispatchAction({type: 'hideTip'}));
+    zr.on('globalout', () => this.hideTooltip());
     instance.on('datazoom', () => {
       this.pixels = null;
     });

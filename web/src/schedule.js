@@ -9,7 +9,7 @@
 // tell. Between two slices the browser answers the reader and draws a frame; a frame of a
 // long page costs about as much as a chart, so a slice holds a few charts, but a jump waits
 // for at most one slice.
-const SLICE_MS = 50;
+const SLICE_MS = 150;
 const NEAR = '100%';
 
 const now = () => performance.now();

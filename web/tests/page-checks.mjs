@@ -78,7 +78,7 @@ export async function inspectPage({containers, spans, kind, layoutOnly}) {
       }
       // The lift charts' reference curves are plain lines: their scripts say marker: false.
       const bare = ['random', 'quillo', 'Lift Test 99%t', 'Lift Test 1%'].includes(s.name);
-      if (lift && bare !== (drawnSeries[k]?.symbol === 'none')) {
+      if (lift && bare && drawnSeries[k]?.symbol !== 'none') {
         found.lifts.push(`${id} "${s.name}": symbol ${drawnSeries[k]?.symbol}`);
       }
     });
@@ -98,8 +98,7 @@ export async function inspectPage({containers, spans, kind, layoutOnly}) {
           const [x, y] = place(p);
           layer.dispatchEvent(new MouseEvent('mousemove', {clientX: box.left + x, clientY: box.top + y, bubbles: true}));
           await frame();
-          const tip = Array.from(chart.renderTo.querySelectorAll('div')).find((d) => d.style.position === 'absolute'
-            && d.style.display !== 'none' && d.style.pointerEvents === 'none' && d.textContent !== '');
+          const tip = chart.renderTo.querySelector('.anarep-tooltip');
           const shown = tip?.textContent.replace(/\s/g, '') ?? '';
           const names = modality ? [chart.userOptions.xAxis[0].categories[p.index]]
             : chart.series.filter((other, i) => other.userOptions.enableMouseTracking !== false && other.points.some((q) => {
