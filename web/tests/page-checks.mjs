@@ -3,8 +3,8 @@
 // the fixtures, which have no section headings; layoutOnly leaves out the slow hovering. Charts
 // are read as a reader meets them: the texts of their SVG, the tooltip shown on moving the
 // pointer onto a point, and the page's `Highcharts.charts` for what the scripts gave.
-export async function inspectPage({containers, spans, kind, layoutOnly}) {
-  const found = {charts: [], points: [], lifts: [], sparklines: [], links: [], tooltips: [], layout: [], aria: []};
+export async function inspectPage({containers, spans, kind, layoutOnly, contract}) {
+  const found = {charts: [], points: [], lifts: [], sparklines: [], links: [], tooltips: [], layout: [], aria: [], contract: []};
   const charts = window.Highcharts ? Highcharts.charts.filter(Boolean) : [];
   const h2 = Array.from(document.querySelectorAll('h2'));
   kind = kind ?? (h2.some((h) => h.textContent.trim() === 'Lifts') ? 'binary' : 'continuous');
@@ -35,6 +35,19 @@ export async function inspectPage({containers, spans, kind, layoutOnly}) {
       found.aria.push(`${id}: "${label.slice(0, 100)}"`);
     }
   }
+
+  // Every option a chart script gives is one the page's contract lists (arrays of values whole).
+  const walk = (value, path) => {
+    if (Array.isArray(value) && !/(data|categories|margin)$/.test(path)) {
+      value.forEach((item) => walk(item, `${path}[]`));
+    } else if (value && typeof value === 'object' && !Array.isArray(value)) {
+      Object.entries(value).forEach(([key, item]) => walk(item, path ? `${path}.${key}` : key));
+    } else if (!(path in contract.options)) {
+      found.contract.push(`${path}, not in the contract`);
+    }
+  };
+  charts.forEach((chart) => walk(chart.userOptions, ''));
+  found.contract = [...new Set(found.contract)];
 
   for (const chart of charts.filter((c) => c.hasRendered)) {
     const id = chart.renderTo.id;

@@ -24,6 +24,7 @@ const RUNS = [
   ...['binary', 'continuous'].map((kind) => ({label: `fixtures/${kind}-charts`, kind,
     fixture: join(WEB_DIR, 'tests', 'fixtures', `${kind}-charts.html`)})),
 ];
+const CONTRACT = JSON.parse(await readFile(join(WEB_DIR, 'src', 'page-contract.json'), 'utf8'));
 const browsers = [];
 const prepared = new Map();
 
@@ -41,7 +42,13 @@ async function view(browser, fonts, path, run, layoutOnly) {
     const spans = Object.fromEntries(['orbLine', 'orbBox'].map((cls) => [cls,
       Array.from(html.matchAll(new RegExp(`<span class="${cls}">([^<]*)</span>`, 'g')), (m) => m[1])]));
     const drawn = await chartsDrawn(page, containers.length);
-    const found = await page.evaluate(inspectPage, {containers, spans, kind: run.kind, layoutOnly});
+    const found = await page.evaluate(inspectPage, {containers, spans, kind: run.kind, layoutOnly, contract: CONTRACT});
+    // The containers as the page file writes them.
+    for (const [, id, style] of html.matchAll(/<div id="([^"]*)" style="([^"]*)"><\/div>/g)) {
+      if (new RegExp(CONTRACT.containers.id).test(id) !== new RegExp(CONTRACT.containers.style).test(style)) {
+        found.contract.push(`container ${id}: style "${style}"`);
+      }
+    }
     // The font the charts were drawn in, from the browser's own account.
     const session = await page.context().newCDPSession(page);
     await Promise.all(['DOM.enable', 'CSS.enable'].map((command) => session.send(command)));
@@ -120,7 +127,7 @@ for (const run of RUNS) {
       }
     });
 
-    for (const group of ['charts', 'points', 'lifts', 'sparklines', 'links', 'tooltips', 'aria']) {
+    for (const group of ['charts', 'points', 'lifts', 'sparklines', 'links', 'tooltips', 'aria', 'contract']) {
       test(group, () => assert.deepEqual(opened().found[group], []));
     }
     // Text widths differ by font: every chart text must lie inside its chart in both.
