@@ -96,13 +96,14 @@ export function mapTitles({title, subtitle}, root, {scale, space, wrapWidth}) {
   const size = (em) => Math.round(em * root * scale * 100) / 100;
   const mainStyle = {fontSize: size(TITLE_EM), lineHeight: lineHeight(size(TITLE_EM)), color: '#333333', fontWeight: 'bold'};
   const subStyle = {fontSize: size(SUBTITLE_EM), lineHeight: lineHeight(size(SUBTITLE_EM)), color: '#666666', fontWeight: 'normal'};
+  // The library drops a text's own line breaks where it wraps it: only a text of one line wraps.
   const wrap = wrapWidth ? {width: wrapWidth, overflow: 'break'} : {};
   const main = markupToRich(shown(title) ? title.text : '', mainStyle);
   const sub = markupToRich(shown(subtitle) ? subtitle.text : '', subStyle);
   return {
     left: 'center', top: space, itemGap: TITLE_GAP, padding: 0,
-    text: main.text, textStyle: {...mainStyle, rich: main.rich, ...wrap},
-    subtext: sub.text, subtextStyle: {...subStyle, rich: sub.rich, ...wrap},
+    text: main.text, textStyle: {...mainStyle, rich: main.rich, ...(lines(title?.text ?? '') === 1 ? wrap : {})},
+    subtext: sub.text, subtextStyle: {...subStyle, rich: sub.rich, ...(lines(subtitle?.text ?? '') === 1 ? wrap : {})},
   };
 }
 

@@ -9,7 +9,7 @@ import {mkdtemp, readFile, rm} from 'node:fs/promises';
 import {tmpdir} from 'node:os';
 import {join} from 'node:path';
 import {promisify} from 'node:util';
-import {REPO_DIR, chartContainers, chartsDrawn, fileUrl, launchBrowser, makePage, pairRun} from '../lib/pages.mjs';
+import {REPO_DIR, WEB_DIR, chartContainers, chartsDrawn, fileUrl, launchBrowser, makePage, pairRun} from '../lib/pages.mjs';
 
 const VARIABLES = 40;
 let browser;
@@ -126,3 +126,21 @@ describe('a page of many charts', () => {
     });
   }
 });
+
+test('a printed page holds its charts as vector drawings, without the save controls', async () => {
+  const {page, errors} = await browser.newPage();
+  try {
+    await page.goto(fileUrl(join(WEB_DIR, 'tests', 'fixtures', 'binary-charts.html')));
+    assert.ok(await chartsDrawn(page, 4, 30000), 'every chart drawn');
+    await page.emulateMedia({media: 'print'});
+    const controls = await page.evaluate(() => Array.from(document.querySelectorAll('.anarep-save'), (b) => getComputedStyle(b).display));
+    // An image in a PDF is an XObject of subtype Image; the charts' lines and texts are none.
+    const pdf = (await page.pdf({format: 'A4'})).toString('latin1');
+    assert.deepEqual(controls, ['none', 'none', 'none', 'none']);
+    assert.ok(!/\/Subtype\s*\/Image/.test(pdf) && /\/Font/.test(pdf), 'no bitmap, texts as text');
+    assert.deepEqual(errors, []);
+  } finally {
+    await page.close();
+  }
+});
+
