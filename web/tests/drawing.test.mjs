@@ -144,3 +144,18 @@ test('a printed page holds its charts as vector drawings, without the save contr
   }
 });
 
+test('the save control of a chart saves it as an SVG image', async () => {
+  const {page, errors} = await browser.newPage();
+  try {
+    await page.goto(fileUrl(join(WEB_DIR, 'tests', 'fixtures', 'binary-charts.html')));
+    assert.ok(await chartsDrawn(page, 4, 30000), 'every chart drawn');
+    const [download] = await Promise.all([page.waitForEvent('download'), page.click('#container1 .anarep-save')]);
+    const saved = await readFile(await download.path(), 'utf8');
+    assert.equal(download.suggestedFilename(), 'container1.svg');
+    assert.match(saved, /^<svg [^>]*xmlns="http:\/\/www.w3.org\/2000\/svg"[\s\S]*>Age group<\/text>/);
+    assert.deepEqual(errors, []);
+  } finally {
+    await page.close();
+  }
+});
+
