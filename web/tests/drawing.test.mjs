@@ -9,8 +9,7 @@ import {mkdtemp, readFile, rm} from 'node:fs/promises';
 import {tmpdir} from 'node:os';
 import {join} from 'node:path';
 import {promisify} from 'node:util';
-import {REPO_DIR, fileUrl, launchBrowser} from './browser.mjs';
-import {chartContainers, chartsDrawn, makePage, pairRun} from '../tools/report-pages.mjs';
+import {REPO_DIR, WEB_DIR, chartContainers, chartsDrawn, fileUrl, launchBrowser, makePage, pairRun} from '../lib/pages.mjs';
 
 const VARIABLES = 40;
 let browser;
@@ -28,9 +27,9 @@ function noteDrawing(move) {
     window.__firstWindow = Array.from(document.querySelectorAll('div[id]'))
       .filter((div) => /^(delivered|selectedPruned|container)/.test(div.id))
       .filter((div) => div.getBoundingClientRect().top < innerHeight).map((div) => div.id);
-    Highcharts.addEvent(Highcharts.Chart, 'load', function () {
-      window.__drawn.push(this.renderTo.id);
-      if (move && this.renderTo.id === 'selectedPruned') {
+    document.addEventListener('chartdrawn', (event) => {
+      window.__drawn.push(event.target.id);
+      if (move && event.target.id === 'selectedPruned') {
         setTimeout(() => {
           window.__movedAt = window.__drawn.length;
           (0, eval)(move);
@@ -127,3 +126,36 @@ describe('a page of many charts', () => {
     });
   }
 });
+
+test('a printed page holds its charts as vector drawings, without the save controls', async () => {
+  const {page, errors} = await browser.newPage();
+  try {
+    await page.goto(fileUrl(join(WEB_DIR, 'tests', 'fixtures', 'binary-charts.html')));
+    assert.ok(await chartsDrawn(page, 4, 30000), 'every chart drawn');
+    await page.emulateMedia({media: 'print'});
+    const controls = await page.evaluate(() => Array.from(document.querySelectorAll('.anarep-save'), (b) => getComputedStyle(b).display));
+    // An image in a PDF is an XObject of subtype Image; the charts' lines and texts are none.
+    const pdf = (await page.pdf({format: 'A4'})).toString('latin1');
+    assert.deepEqual(controls, ['none', 'none', 'none', 'none']);
+    assert.ok(!/\/Subtype\s*\/Image/.test(pdf) && /\/Font/.test(pdf), 'no bitmap, texts as text');
+    assert.deepEqual(errors, []);
+  } finally {
+    await page.close();
+  }
+});
+
+test('the save control of a chart saves it as an SVG image', async () => {
+  const {page, errors} = await browser.newPage();
+  try {
+    await page.goto(fileUrl(join(WEB_DIR, 'tests', 'fixtures', 'binary-charts.html')));
+    assert.ok(await chartsDrawn(page, 4, 30000), 'every chart drawn');
+    const [download] = await Promise.all([page.waitForEvent('download'), page.click('#container1 .anarep-save')]);
+    const saved = await readFile(await download.path(), 'utf8');
+    assert.equal(download.suggestedFilename(), 'container1.svg');
+    assert.match(saved, /^<svg [^>]*xmlns="http:\/\/www.w3.org\/2000\/svg"[\s\S]*>Age group<\/text>/);
+    assert.deepEqual(errors, []);
+  } finally {
+    await page.close();
+  }
+});
+

@@ -9,9 +9,8 @@ import {copyFile, mkdtemp, rm} from 'node:fs/promises';
 import {tmpdir} from 'node:os';
 import {join} from 'node:path';
 import {promisify} from 'node:util';
-import {REPO_DIR, fileUrl, launchBrowser} from './browser.mjs';
+import {ANAREP, REPO_DIR, fileUrl, launchBrowser} from '../lib/pages.mjs';
 
-const ANAREP = process.env.ANAREP || join(REPO_DIR, 'build', 'anarep');
 // A run without images of its own, so that every image and request is the page's.
 const RUN = join(REPO_DIR, 'tests', 'golden', 'public-diabetes', 'diabetes');
 // Every payload sets window.named when it runs.

@@ -1,20 +1,23 @@
 // The checks of a drawn report page, run in the page: each group lists what it finds wrong.
 // containers and spans are read from the page file; kind ('binary' or 'continuous') is given for
-// the fixtures, which have no section headings; layoutOnly leaves out the slow hovering.
-export function inspectPage({containers, spans, kind, fixture, layoutOnly}) {
-  const fontSizes = structuredClone(window.__fontSizes);
-  const found = {charts: [], points: [], lifts: [], sparklines: [], links: [], tooltips: [], layout: []};
+// the fixtures, which have no section headings; layoutOnly leaves out the slow hovering. Charts
+// are read as a reader meets them: the texts of their SVG, the tooltip shown on moving the
+// pointer onto a point, and the page's `Highcharts.charts` for what the scripts gave.
+export async function inspectPage({containers, spans, kind, layoutOnly, contract}) {
+  const found = {charts: [], points: [], lifts: [], sparklines: [], links: [], tooltips: [], layout: [], aria: [], contract: []};
   const charts = window.Highcharts ? Highcharts.charts.filter(Boolean) : [];
   const h2 = Array.from(document.querySelectorAll('h2'));
   kind = kind ?? (h2.some((h) => h.textContent.trim() === 'Lifts') ? 'binary' : 'continuous');
-  const shows = (e) => e.getBoundingClientRect().width > 0 && getComputedStyle(e).visibility !== 'hidden'
-    && e.getAttribute('opacity') !== '0';
-  const overlap = (a, b) => a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
+  const overlap = (a, b) => a.left < b.right - 0.5 && b.left < a.right - 0.5 && a.top < b.bottom - 0.5 && b.top < a.bottom - 0.5;
   const plain = (markup) => new DOMParser().parseFromString(String(markup), 'text/html').body.textContent;
+  // A title shows its text with the page's own tags (b, br, font) taken out, any other markup as written.
+  const shownText = (markup) => plain(String(markup).replace(/&/g, '&amp;').replace(/</g, '&lt;')
+    .replace(/&lt;(\/?(b|br|font)\b[^>]*)>/gi, '<$1>').replace(/&amp;(#?\w+;)/g, '&$1'));
   const size = (e) => parseFloat(getComputedStyle(e).fontSize);
   const root = size(document.documentElement);
+  const frame = () => new Promise((resolve) => requestAnimationFrame(() => setTimeout(resolve, 0)));
 
-  // One drawn chart per container of the page file, with its series by kind; no credits.
+  // One drawn chart per container of the page file, with its series by kind, and its description.
   const SERIES = {binary: {delivered: 5, selectedPruned: 7, modality: 4}, continuous: {delivered: 3, selectedPruned: 6, modality: 3}}[kind];
   const ids = Array.from(document.querySelectorAll('div[id]'), (d) => d.id).filter((id) => /^(delivered|selectedPruned|container)/.test(id));
   if (`${ids}` !== `${containers}` || !ids.includes('delivered') || !ids.includes('selectedPruned') || charts.length !== ids.length) {
@@ -22,102 +25,152 @@ export function inspectPage({containers, spans, kind, fixture, layoutOnly}) {
   }
   for (const id of ids) {
     const owned = charts.filter((c) => c.renderTo.id === id);
-    const texts = owned.map((c) => Array.from(c.container.querySelectorAll('text'), (t) => t.textContent).join(' ')).join();
-    if (owned.length !== 1 || !owned[0].hasRendered || owned[0].series.length !== (SERIES[id] ?? SERIES.modality)
-        || owned[0].container.querySelector('.highcharts-credits') || /highcharts/i.test(texts)) {
-      found.charts.push(`${id}: ${owned.length} charts, series ${owned.map((c) => c.series.length)}, texts ${texts.slice(0, 80)}`);
+    const svg = owned[0]?.renderTo.querySelector('svg');
+    if (owned.length !== 1 || !owned[0].hasRendered || owned[0].series.length !== (SERIES[id] ?? SERIES.modality) || !svg) {
+      found.charts.push(`${id}: ${owned.length} charts, series ${owned.map((c) => c.series.length)}`);
+    }
+    const label = owned[0]?.renderTo.getAttribute('aria-label') ?? '';
+    const title = plain(owned[0]?.userOptions.title?.text ?? '');
+    if (!label.includes(title) || !owned[0]?.series.every((s) => label.includes(plain(s.name)))) {
+      found.aria.push(`${id}: "${label.slice(0, 100)}"`);
     }
   }
 
+  // Every option a chart script gives is one the page's contract lists (arrays of values whole).
+  const walk = (value, path) => {
+    if (Array.isArray(value) && !/(data|categories|margin)$/.test(path)) {
+      value.forEach((item) => walk(item, `${path}[]`));
+    } else if (value && typeof value === 'object' && !Array.isArray(value)) {
+      Object.entries(value).forEach(([key, item]) => walk(item, path ? `${path}.${key}` : key));
+    } else if (!(path in contract.options)) {
+      found.contract.push(`${path}, not in the contract`);
+    }
+  };
+  charts.forEach((chart) => walk(chart.userOptions, ''));
+  found.contract = [...new Set(found.contract)];
+
   for (const chart of charts.filter((c) => c.hasRendered)) {
     const id = chart.renderTo.id;
-    const box = chart.container.getBoundingClientRect();
+    const instance = chart.instance;
+    const svg = chart.renderTo.querySelector('svg');
+    const box = svg.getBoundingClientRect();
     const rect = (e) => {
       const r = e.getBoundingClientRect();
       return {left: r.left - box.left, top: r.top - box.top, right: r.right - box.left, bottom: r.bottom - box.top};
     };
-    const plot = {left: chart.plotLeft, top: chart.plotTop, right: chart.plotLeft + chart.plotWidth, bottom: chart.plotTop + chart.plotHeight};
-    const lift = /^(delivered|selectedPruned)$/.test(id) && chart.yAxis.length === 2;
+    const texts = Array.from(svg.querySelectorAll('text')).filter((t) => t.textContent !== '');
+    const inPlot = (x, y) => instance.containPixel({gridIndex: 0}, [x, y]);
+    // The plot's edges, found along its middle lines.
+    const edge = (from, to, step, at) => {
+      for (let v = from; v !== to; v += step) {
+        if (at(v)) {
+          return v;
+        }
+      }
+      return null;
+    };
+    const midX = box.width / 2;
+    const top = edge(0, Math.round(box.height), 1, (y) => inPlot(midX, y));
+    const bottom = edge(Math.round(box.height), 0, -1, (y) => inPlot(midX, y));
+    const midY = (top + bottom) / 2;
+    const plot = {top, bottom, left: edge(0, Math.round(box.width), 1, (x) => inPlot(x, midY)),
+      right: edge(Math.round(box.width), 0, -1, (x) => inPlot(x, midY))};
+    const lift = /^(delivered|selectedPruned)$/.test(id) && chart.userOptions.yAxis?.length === 2;
     const modality = id.startsWith('container');
+    const drawnSeries = instance.getOption().series;
 
-    for (const s of chart.series) {
-      // Every series keeps every value of its data and draws it.
+    chart.series.forEach((s, index) => {
+      // Every series keeps every value of its data and draws it in its colour.
       const given = s.userOptions.data;
-      const places = new Set(s.points.filter((p) => p.y !== null && p.plotX !== undefined).map((p) => `${Math.round(p.plotX)},${Math.round(p.plotY)}`));
-      const drawn = ['column', 'scatter'].includes(s.type)
-        ? s.points.every((p) => !p.isInside || p.graphic && shows(p.graphic.element)) : places.size < 2 || s.graph.element.getTotalLength() > 0;
-      if (!s.visible || !Array.isArray(given) || s.points.length !== given.length || !drawn) {
-        found.points.push(`${id} "${s.name}": ${s.points.length} points of ${given?.length}, drawn ${drawn}`);
+      const k = chart.order.indexOf(index);
+      const colour = String(s.color).toLowerCase();
+      const painted = Array.from(svg.querySelectorAll('path')).some((p) => [p.getAttribute('stroke'), p.getAttribute('fill')]
+        .some((c) => c?.toLowerCase() === colour));
+      if (!Array.isArray(given) || s.points.length !== given.length || drawnSeries[k]?.data.length !== given.length || !painted && given.length) {
+        found.points.push(`${id} "${s.name}": ${s.points.length} points of ${given?.length}, painted ${painted}`);
       }
       // The lift charts' reference curves are plain lines: their scripts say marker: false.
       const bare = ['random', 'quillo', 'Lift Test 99%t', 'Lift Test 1%'].includes(s.name);
-      if (lift && (bare !== (s.options.marker?.enabled === false) || bare && s.points.some((p) => p.graphic))) {
-        found.lifts.push(`${id} "${s.name}": marker ${JSON.stringify(s.options.marker)}`);
+      if (lift && bare && drawnSeries[k]?.symbol !== 'none') {
+        found.lifts.push(`${id} "${s.name}": symbol ${drawnSeries[k]?.symbol}`);
       }
-      // Three points hovered through the library's own call: the tooltip names the point's
-      // category or its series, and every value it shows was found.
-      const inside = s.options.enableMouseTracking === false || layoutOnly ? [] : s.points.filter((p) => p.isInside);
-      for (const p of new Set([0.06, 0.5, 0.94].map((f) => inside[Math.floor(f * inside.length)]).filter(Boolean))) {
-        let shown;
-        try {
-          chart.tooltip.refresh(p);
-          // Compared without blanks: a long line wraps, and the library marks its breaks.
-          shown = chart.tooltip.label.element.textContent.replace(/[\s\u200b]/g, '');
-        } catch (error) {
-          shown = String(error);
+    });
+
+    // Three points of each tracked series hovered with the pointer: the tooltip names the point's
+    // category, or the series of a point drawn at that place, and every value it shows was found.
+    if (!layoutOnly) {
+      const layer = svg.parentNode;
+      for (const [index, s] of chart.series.entries()) {
+        if (s.userOptions.enableMouseTracking === false) {
+          continue;
         }
-        chart.tooltip.hide(0);
-        if (!shown.startsWith(plain(modality ? chart.xAxis[0].categories[p.index] : s.name).replace(/\s/g, '')) || /undefined|NaN/.test(shown)) {
-          found.tooltips.push(`${id} "${s.name}" point ${p.index}: ${shown}`);
+        const k = chart.order.indexOf(index);
+        const place = (p, series = k) => instance.convertToPixel({seriesIndex: series}, [modality ? p.index : p.x, p.y]);
+        const inside = s.points.filter((p) => p.y !== null && inPlot(...place(p)));
+        for (const p of new Set([0.06, 0.5, 0.94].map((f) => inside[Math.floor(f * inside.length)]).filter(Boolean))) {
+          const [x, y] = place(p);
+          layer.dispatchEvent(new MouseEvent('mousemove', {clientX: box.left + x, clientY: box.top + y, bubbles: true}));
+          await frame();
+          const tip = chart.renderTo.querySelector('.anarep-tooltip');
+          const shown = tip?.textContent.replace(/\s/g, '') ?? '';
+          const names = modality ? [chart.userOptions.xAxis[0].categories[p.index]]
+            : chart.series.filter((other, i) => other.userOptions.enableMouseTracking !== false && other.points.some((q) => {
+              const at = q.y === null ? null : place(q, chart.order.indexOf(i));
+              return at && Math.abs(at[0] - x) < 1 && Math.abs(at[1] - y) < 1;
+            })).map((other) => other.name);
+          if (!names.some((name) => shown.startsWith(plain(name).replace(/\s/g, ''))) || /undefined|NaN/.test(shown)) {
+            found.tooltips.push(`${id} "${s.name}" point ${p.index}: ${shown}`);
+          }
         }
+        layer.dispatchEvent(new MouseEvent('mouseout', {bubbles: true}));
       }
     }
 
-    // Lifts: the secondary axis from 0 to 100 by 10, the legend where the old style put it.
-    const legend = chart.legend.display && chart.legend.allItems.length ? chart.legend : null;
-    const at = legend && rect(legend.box.element);
-    const xLabels = Object.values(chart.xAxis[0].ticks).filter((t) => t.label && shows(t.label.element)).map((t) => rect(t.label.element));
-    const axis = chart.yAxis[1];
-    if (lift && (`${axis.min} ${axis.max} ${axis.tickPositions}` !== '0 100 0,10,20,30,40,50,60,70,80,90,100'
-        || !at || Math.abs(at.left - 350) > 5 || Math.abs(at.top - 270) > 5 || xLabels.some((label) => overlap(at, label))
-        || legend.allItems.some((item) => ['random', 'quillo'].includes(item.name))) || !lift && legend) {
-      found.lifts.push(`${id}: axis ${axis?.min} to ${axis?.max} by ${axis?.tickPositions}, legend ${JSON.stringify(at)}`);
+    // Lifts: the secondary axis from 0 to 100 by 10 (its first label left out), the legend where
+    // the old style put it, naming the curves but not the reference lines.
+    const rotated = (e) => /^matrix\(0,/.test(e.getAttribute('transform') ?? '');
+    const legendTexts = texts.filter((e) => !rotated(e) && chart.series.some((s) => e.textContent === plain(s.name))
+      && rect(e).left > plot.left + 5 && rect(e).top > plot.top + 5);
+    const legendBox = Array.from(svg.querySelectorAll('rect, path')).filter((e) => e.getAttribute('fill')?.toUpperCase() === '#FFFFFF')
+      .map(rect).find((r) => r.right - r.left < box.width - 1);
+    const secondary = texts.filter((e) => e.getAttribute('fill')?.toUpperCase() === '#22AA22' && rect(e).right <= plot.left + 1).map((e) => e.textContent);
+    if (lift && (`${secondary}` !== '10,20,30,40,50,60,70,80,90,100' || !legendBox || Math.abs(legendBox.left - 350) > 5
+        || Math.abs(legendBox.top - 270) > 5 || legendTexts.some((e) => ['random', 'quillo'].includes(e.textContent)))
+        || !lift && legendBox) {
+      found.lifts.push(`${id}: axis labels ${secondary}, legend ${JSON.stringify(legendBox)} naming ${legendTexts.map((e) => e.textContent)}`);
     }
 
-    // Layout: titles above the plot (the modality charts' at the library's sizes); y-axis titles
-    // clear of plot and labels; every text inside the chart; category names whole, or cut with
-    // the whole name as the label's title.
-    const [title, subtitle] = [chart.title, chart.subtitle].map((t) => t && {...rect(t.element), size: size(t.element)});
-    if ((subtitle ?? title)?.bottom > plot.top || title && subtitle && title.bottom > subtitle.top + 1 || subtitle?.size < 0.48 * root
-        || modality && `${title?.size},${subtitle?.size}` !== `${1.2 * root},${0.8 * root}`) {
-      found.layout.push(`${id}: title ${JSON.stringify(title)}, subtitle ${JSON.stringify(subtitle)}, plot top ${plot.top}`);
+    // Layout: titles above the plot (the modality charts' at the usual sizes); y-axis titles clear
+    // of plot and labels; every text inside the chart; category names whole or cut with "…".
+    const title = plain(chart.userOptions.title?.text ?? '');
+    const sideLabel = (e) => /^-?[\d.,]+$/.test(e.textContent) && (rect(e).right <= plot.left + 1 || rect(e).left >= plot.right - 1);
+    const titleTexts = texts.filter((e) => !sideLabel(e) && rect(e).top < plot.top);
+    const titleBottom = Math.max(...titleTexts.map((t) => rect(t).bottom));
+    const sizes = titleTexts.map(size);
+    if (titleBottom > plot.top || Math.min(...sizes) < 0.48 * root
+        || modality && `${[...new Set(sizes)]}` !== `${1.2 * root},${0.8 * root}` || titleTexts.map((e) => e.textContent).join('').replace(/\s/g, '').indexOf(title.replace(/\s/g, '')) !== 0) {
+      found.layout.push(`${id}: titles ${titleTexts.map((t) => `"${t.textContent}" ${JSON.stringify(rect(t))}`)}, plot top ${plot.top}`);
     }
-    const yLabels = chart.yAxis.flatMap((a) => Object.values(a.ticks)).filter((t) => t.label && shows(t.label.element)).map((t) => rect(t.label.element));
-    for (const t of chart.yAxis.filter((a) => a.axisTitle && shows(a.axisTitle.element)).map((a) => a.axisTitle.element)) {
-      if (overlap(rect(t), plot) || yLabels.some((label) => overlap(rect(t), label))) {
+    const yLabels = texts.filter(sideLabel);
+    const axisTitles = (chart.userOptions.yAxis ?? []).map((a) => a.title?.enabled !== false && plain(a.title?.text ?? '')).filter(Boolean);
+    for (const t of texts.filter((e) => rotated(e) && axisTitles.includes(e.textContent))) {
+      if (overlap(rect(t), plot) || yLabels.some((label) => overlap(rect(t), rect(label)))) {
         found.layout.push(`${id}: y-axis title "${t.textContent}" at ${JSON.stringify(rect(t))} over the plot or a label`);
       }
     }
-    for (const text of chart.container.querySelectorAll('text')) {
+    for (const text of texts) {
       const r = rect(text);
-      if (!text.closest('.highcharts-tooltip') && shows(text) && (r.left < 0 || r.top < 0 || r.right > box.width || r.bottom > box.height)) {
+      if (r.left < 0 || r.top < 0 || r.right > box.width || r.bottom > box.height) {
         found.layout.push(`${id}: "${text.textContent}" at ${JSON.stringify(r)}, outside the chart`);
       }
     }
-    for (const [i, markup] of (chart.xAxis[0].categories || []).entries()) {
-      const nodes = Array.from(chart.xAxis[0].ticks[i]?.label?.element.childNodes ?? []);
-      const shown = nodes.filter((n) => n.nodeName !== 'title').map((n) => n.textContent).join('');
-      const whole = nodes.find((n) => n.nodeName === 'title')?.textContent;
-      if (nodes.length && shown !== plain(markup) && !(shown.endsWith('\u2026') && plain(markup).startsWith(shown.slice(0, -1)) && whole === plain(markup))) {
-        found.layout.push(`${id}: category "${plain(markup)}" shown as "${shown}" (title ${whole})`);
+    const names = (chart.userOptions.xAxis?.[0]?.categories ?? []).map(plain);
+    for (const t of texts.filter((e) => rect(e).top >= plot.bottom && !rotated(e) && !/^-?[\d.,]+$/.test(e.textContent))) {
+      const shown = t.textContent;
+      if (!names.includes(shown) && !(shown.endsWith('\u2026') && names.some((n) => n.startsWith(shown.slice(0, -1)))) && names.length) {
+        found.layout.push(`${id}: category label "${shown}" is no category`);
       }
     }
-  }
-  // The font sizes the library worked out while building equal the computed ones; the fixtures'
-  // charts, built as the page loads, asked the browser once each (for the root's font).
-  found.layout.push(...fontSizes.differing);
-  if (charts.length && (fontSizes.checked < 10 || fixture && fontSizes.asked > charts.length)) {
-    found.layout.push(`${fontSizes.checked} font sizes read, the browser asked ${fontSizes.asked} times`);
   }
 
   // Every sparkline span becomes one canvas of its width: a line takes 8 pixels per value after
@@ -150,34 +203,4 @@ export function inspectPage({containers, spans, kind, fixture, layoutOnly}) {
   found.images = Array.from(document.querySelectorAll('img[alt="graph"]'), (img) => img.src);
   found.logo = document.querySelector('h1 img')?.naturalWidth;
   return found;
-}
-
-// Runs before the page's scripts: compares every font size the library is given while it
-// builds a chart with what the browser computes, and counts how often the browser was asked for
-// the style of an element in the page (each asking brings the whole document's style up to date).
-export function watchFontSizes() {
-  const seen = window.__fontSizes = {checked: 0, differing: [], asked: 0};
-  document.addEventListener('DOMContentLoaded', () => {
-    const proto = window.Highcharts?.SVGElement.prototype;
-    const [given, computedStyle] = [proto?.getStyle, window.getComputedStyle];
-    let reading = false;
-    window.getComputedStyle = function (element, ...rest) {
-      seen.asked += reading && element.isConnected ? 1 : 0;
-      return computedStyle.call(this, element, ...rest);
-    };
-    proto && (proto.getStyle = function (property) {
-      reading = true;
-      const value = given.call(this, property);
-      reading = false;
-      if (property === 'font-size' && Highcharts.charts.some((c) => c && !c.hasRendered)) {
-        const node = this.element || this;
-        const computed = computedStyle(node, '').getPropertyValue('font-size');
-        seen.checked++;
-        if (computed !== value && parseFloat(computed) !== parseFloat(value)) {
-          seen.differing.push(`${node.nodeName} "${node.textContent.slice(0, 30)}": ${value} for ${computed}`);
-        }
-      }
-      return value;
-    });
-  });
 }

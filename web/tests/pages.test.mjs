@@ -9,9 +9,8 @@ import {existsSync} from 'node:fs';
 import {cp, mkdtemp, readFile, rm} from 'node:fs/promises';
 import {tmpdir} from 'node:os';
 import {join} from 'node:path';
-import {FONT_SETS, REPO_DIR, WEB_DIR, chartsDrawn, fileUrl, launchBrowser} from './browser.mjs';
-import {EXAMPLES, chartContainers, makePage, pairRun, reportRuns, watch} from '../tools/report-pages.mjs';
-import {inspectPage, watchFontSizes} from './page-checks.mjs';
+import {EXAMPLES, FONT_SETS, REPO_DIR, WEB_DIR, chartContainers, chartsDrawn, fileUrl, launchBrowser, makePage, pairRun, reportRuns, watch} from '../lib/pages.mjs';
+import {inspectPage} from './page-checks.mjs';
 
 const example = pairRun(EXAMPLES, join(EXAMPLES, 'breast_cancer_analysisReport.xml'), 'examples');
 const odd = 'runs/housing #1 50%';
@@ -25,6 +24,7 @@ const RUNS = [
   ...['binary', 'continuous'].map((kind) => ({label: `fixtures/${kind}-charts`, kind,
     fixture: join(WEB_DIR, 'tests', 'fixtures', `${kind}-charts.html`)})),
 ];
+const CONTRACT = JSON.parse(await readFile(join(WEB_DIR, 'src', 'page-contract.json'), 'utf8'));
 const browsers = [];
 const prepared = new Map();
 
@@ -42,12 +42,18 @@ async function view(browser, fonts, path, run, layoutOnly) {
     const spans = Object.fromEntries(['orbLine', 'orbBox'].map((cls) => [cls,
       Array.from(html.matchAll(new RegExp(`<span class="${cls}">([^<]*)</span>`, 'g')), (m) => m[1])]));
     const drawn = await chartsDrawn(page, containers.length);
-    const found = await page.evaluate(inspectPage, {containers, spans, kind: run.kind, fixture: Boolean(run.fixture), layoutOnly});
+    const found = await page.evaluate(inspectPage, {containers, spans, kind: run.kind, layoutOnly, contract: CONTRACT});
+    // The containers as the page file writes them.
+    for (const [, id, style] of html.matchAll(/<div id="([^"]*)" style="([^"]*)"><\/div>/g)) {
+      if (new RegExp(CONTRACT.containers.id).test(id) !== new RegExp(CONTRACT.containers.style).test(style)) {
+        found.contract.push(`container ${id}: style "${style}"`);
+      }
+    }
     // The font the charts were drawn in, from the browser's own account.
     const session = await page.context().newCDPSession(page);
     await Promise.all(['DOM.enable', 'CSS.enable'].map((command) => session.send(command)));
     const {root} = await session.send('DOM.getDocument', {depth: -1});
-    const {nodeId} = await session.send('DOM.querySelector', {nodeId: root.nodeId, selector: '.highcharts-title'});
+    const {nodeId} = await session.send('DOM.querySelector', {nodeId: root.nodeId, selector: 'div[_echarts_instance_] svg text'});
     const used = nodeId ? (await session.send('CSS.getPlatformFontsForNode', {nodeId})).fonts : [];
     found.layout.push(...(drawn ? [] : ['charts did not all draw']),
       ...used.map((f) => f.familyName).filter((name) => name !== fonts.sans).map((name) => `drawn in ${name}`));
@@ -76,7 +82,6 @@ async function prepare(run) {
 before(async () => {
   for (const fonts of FONT_SETS) {
     browsers.push(await launchBrowser({fonts}));
-    await browsers.at(-1).context.addInitScript(watchFontSizes);
   }
   // Two runs at a time: one is made or drawn while the other waits on the browser.
   const lanes = [Promise.resolve(), Promise.resolve()];
@@ -122,7 +127,7 @@ for (const run of RUNS) {
       }
     });
 
-    for (const group of ['charts', 'points', 'lifts', 'sparklines', 'links', 'tooltips']) {
+    for (const group of ['charts', 'points', 'lifts', 'sparklines', 'links', 'tooltips', 'aria', 'contract']) {
       test(group, () => assert.deepEqual(opened().found[group], []));
     }
     // Text widths differ by font: every chart text must lie inside its chart in both.

@@ -6,7 +6,7 @@ import {execFileSync} from 'node:child_process';
 import {mkdtempSync, readFileSync, rmSync} from 'node:fs';
 import {tmpdir} from 'node:os';
 import {join} from 'node:path';
-import {REPO_DIR, WEB_DIR} from './browser.mjs';
+import {REPO_DIR, WEB_DIR} from '../lib/pages.mjs';
 
 const read = (name, encoding) => readFileSync(join(REPO_DIR, 'rscFiles', name), encoding);
 
@@ -27,8 +27,8 @@ test('rebuilt files are byte-identical to the committed ones', () => {
 test('the bundle holds its parts in page order, licences kept, and refers to no other file', () => {
   const text = read('orbi.min.js', 'utf8');
   const at = ['/*! jQuery v3.7.1 | (c) OpenJS Foundation and other contributors | jquery.org/license */',
-    '/* anarep sparkline plugin */', ' * Highcharts JS v11.4.9', ' * License: www.highcharts.com/license',
-    '/* anarep chart defaults */'].map((marker) => text.indexOf(marker));
+    '/* anarep sparkline plugin */', ' * Apache ECharts 6.1.0 | Apache License 2.0', ' * ZRender 6.1.0 | BSD 3-Clause',
+    ' * tslib 2.3.0 | 0BSD', '/* anarep page charts */'].map((marker) => text.indexOf(marker));
   assert.deepEqual(at, [0, ...at.slice(1)].sort((a, b) => a - b));
   assert.ok(!at.slice(1).includes(-1) && !/sourceMappingURL/.test(text), `parts at ${at}`);
 });

@@ -1,5 +1,6 @@
 // Writes the page's script files from the pinned packages and our sources:
-//   orbi.min.js          = jQuery + sparkline plugin + Highcharts + chart defaults
+//   orbi.min.js          = jQuery + sparkline plugin + Apache ECharts (only the parts the page
+//                          draws) + the page's chart API
 //   excanvas.compiled.js = Debian's ExplorerCanvas build with its licence header
 // Output goes to ../rscFiles unless another directory is given as the first argument.
 // The result must be byte-identical from run to run: a test rebuilds and compares.
@@ -7,7 +8,7 @@ import {readFileSync, writeFileSync, renameSync, mkdirSync} from 'node:fs';
 import {createHash} from 'node:crypto';
 import {dirname, join, resolve} from 'node:path';
 import {fileURLToPath} from 'node:url';
-import {minify} from 'terser';
+import {build, transform} from 'esbuild';
 
 const web = resolve(dirname(fileURLToPath(import.meta.url)), '..');
 const outDir = resolve(process.argv[2] ?? join(web, '..', 'rscFiles'));
@@ -23,7 +24,20 @@ const EXCANVAS_HEADER = [
   '',
 ].join('\n');
 
-const PINNED = {jquery: '3.7.1', highcharts: '11.4.9'};
+const PINNED = {jquery: '3.7.1', echarts: '6.1.0', zrender: '6.1.0', tslib: '2.3.0', esbuild: '0.28.2'};
+
+// The notices the licences of the bundled chart parts ask to keep with every copy.
+const CHARTS_HEADER = `/*!
+ * Apache ECharts 6.1.0 | Apache License 2.0 | Copyright 2017-2026 The Apache Software Foundation
+ * This product includes software developed at The Apache Software Foundation (https://www.apache.org/).
+ * Parts embed d3.js, BSD 3-Clause, Copyright 2010-2016 Mike Bostock.
+ * ZRender 6.1.0 | BSD 3-Clause | Copyright (c) 2017, Baidu Inc.
+ * tslib 2.3.0 | 0BSD | Copyright (c) Microsoft Corporation.
+ * Full licence texts: /usr/share/doc/anarep/copyright, or the anarep source's README.
+ */
+/* anarep page charts */`;
+
+const MINIFY = {minify: true, target: 'es2020', charset: 'utf8', legalComments: 'none'};
 
 function read(path) {
   return readFileSync(path, 'utf8');
@@ -38,13 +52,17 @@ function checkPinned() {
   }
 }
 
-async function minified(file, title) {
-  const result = await minify(read(join(web, 'src', file)), {
-    compress: {passes: 2},
-    mangle: true,
-    format: {comments: false, preamble: `/* ${title} */`},
+async function sparkline() {
+  const result = await transform(read(join(web, 'src', 'sparkline.js')), MINIFY);
+  return `/* anarep sparkline plugin */\n${result.code}`;
+}
+
+async function charts() {
+  const result = await build({
+    ...MINIFY, entryPoints: [join(web, 'src', 'charts-entry.js')], bundle: true, write: false, format: 'iife',
+    platform: 'browser', treeShaking: true, define: {'process.env.NODE_ENV': '"production"'}, logLevel: 'silent',
   });
-  return result.code;
+  return `${CHARTS_HEADER}\n${result.outputFiles[0].text}`;
 }
 
 // Parts are joined on separate lines, each closed by a semicolon, so that no part's
@@ -66,9 +84,8 @@ async function main() {
   checkPinned();
   const bundle = joinParts([
     read(join(web, 'node_modules/jquery/dist/jquery.min.js')),
-    await minified('sparkline.js', 'anarep sparkline plugin'),
-    read(join(web, 'node_modules/highcharts/highcharts.js')),
-    await minified('chart-defaults.js', 'anarep chart defaults'),
+    await sparkline(),
+    await charts(),
   ]);
 
   const excanvas = readFileSync(EXCANVAS);

@@ -7,8 +7,7 @@
 // or build/anarep.
 import {mkdir, readFile} from 'node:fs/promises';
 import {dirname, join, resolve} from 'node:path';
-import {REPO_DIR, fileUrl, launchBrowser} from '../tests/browser.mjs';
-import {chartContainers, chartsDrawn, makePage, pairRun, watch} from './report-pages.mjs';
+import {REPO_DIR, chartContainers, chartsDrawn, fileUrl, launchBrowser, makePage, pairRun, watch} from '../lib/pages.mjs';
 
 const report = resolve(process.argv[2] ?? join(REPO_DIR, 'examples', 'breast_cancer_analysisReport.xml'));
 const output = resolve(process.argv[3] ?? join(REPO_DIR, 'docs'));

@@ -1,0 +1,201 @@
+// The page's chart API, `new Highcharts.Chart(options)`, answered by the chart library: the
+// options are mapped (chart-options.js), the chart is drawn when schedule() says, and the
+// page's tooltip formatter runs with the `this` it was written for. `Highcharts.charts` lists
+// the drawn charts, each with renderTo and series[k].data/points, for anyone reading them.
+import {init} from 'echarts/core';
+import {chartOption, pointOf, seriesOrder} from './chart-options.js';
+import {markupToHtml} from './markup.js';
+import {schedule} from './schedule.js';
+
+const TOOLTIP_STYLE = 'position:absolute;display:block;pointer-events:none;z-index:3;white-space:nowrap;padding:8px;'
+  + 'font:12px/1.4 sans-serif;color:#333333;background:rgba(247,247,247,0.95);border:1px solid;border-radius:3px;';
+const SAVE_STYLE = '.anarep-save{position:absolute;top:2px;right:2px;z-index:2;padding:0 4px;font:12px/16px sans-serif;'
+  + 'color:#555;background:#fff;border:1px solid #ccc;border-radius:3px;cursor:pointer;opacity:.6}'
+  + '.anarep-save:hover,.anarep-save:focus{opacity:1}@media print{.anarep-save{display:none}}';
+
+function containerOf(target) {
+  return typeof target === 'string' ? document.getElementById(target) : target;
+}
+
+// The container's size from its style attribute, where the page states it: no layout needed.
+function inlineSize(element) {
+  const style = element.style;
+  const px = (value) => (/^\d+(\.\d+)?px$/.test(value) ? parseFloat(value) : null);
+  const width = px(style.width);
+  const height = px(style.height);
+  return width === null || height === null ? {} : {width, height};
+}
+
+let rootSize = null;
+function rootFontSize() {
+  rootSize ??= parseFloat(getComputedStyle(document.documentElement).fontSize) || 16;
+  return rootSize;
+}
+
+function makeSeries(chart, options) {
+  const categories = options.xAxis?.[0]?.categories ?? options.xAxis?.categories;
+  return (options.series || []).map((given, index) => {
+    const series = {chart, index, name: given.name, type: given.type || 'line', color: given.color, visible: true,
+      userOptions: given, options: given};
+    series.data = series.points = (given.data || []).map((entry, i) => {
+      const [x, y] = pointOf(entry, i);
+      return {x, y, index: i, series, category: categories ? categories[i] : x};
+    });
+    return series;
+  });
+}
+
+// Text widths in the page's sans font, measured off the document: no layout of the page.
+let context = null;
+function measure(text, size, bold) {
+  context ??= document.createElement('canvas').getContext('2d');
+  context.font = `${bold ? 'bold ' : ''}${size}px sans-serif`;
+  return context.measureText(text).width;
+}
+
+let styled = false;
+function addSaveControl(chart, instance) {
+  if (!styled) {
+    document.head.appendChild(document.createElement('style')).textContent = SAVE_STYLE;
+    styled = true;
+  }
+  const button = document.createElement('button');
+  button.type = 'button';
+  button.className = 'anarep-save';
+  button.textContent = '\u2913';
+  button.title = 'Save this chart as an image';
+  button.setAttribute('aria-label', 'Save this chart as an image');
+  button.addEventListener('click', () => {
+    const link = document.createElement('a');
+    link.href = instance.getDataURL({type: 'svg', backgroundColor: '#ffffff'});
+    link.download = `${chart.renderTo.id || 'chart'}.svg`;
+    link.click();
+  });
+  if (!chart.renderTo.style.position) {
+    chart.renderTo.style.position = 'relative';
+  }
+  chart.renderTo.appendChild(button);
+}
+
+export class Chart {
+  constructor(options = {}, callback) {
+    this.userOptions = this.options = options;
+    this.renderTo = containerOf(options.chart?.renderTo);
+    this.series = makeSeries(this, options);
+    this.hasRendered = false;
+    if (!this.renderTo) {
+      throw new Error(`no chart container ${options.chart?.renderTo}`);
+    }
+    schedule(this.renderTo, () => this.draw(callback));
+  }
+
+  draw(callback) {
+    const start = performance.now();
+    const size = inlineSize(this.renderTo);
+    this.size = {width: size.width ?? this.renderTo.clientWidth, height: size.height ?? this.renderTo.clientHeight};
+    const option = chartOption(this.options, {root: rootFontSize(), width: size.width ?? this.renderTo.clientWidth, measure});
+    // The library's order of series differs from the page's where series are stacked.
+    this.order = seriesOrder(this.options.series || []);
+    const instance = this.instance = init(this.renderTo, null, {renderer: 'svg', ...size});
+    try {
+      instance.setOption(option);
+    } catch (error) {
+      instance.dispose();
+      throw error;
+    }
+    // The library paints in its next animation frame; painted now, the chart is whole when told.
+    instance.getZr().flush();
+    this.container = this.renderTo;
+    this.trackPointer(instance);
+    addSaveControl(this, instance);
+    this.hasRendered = true;
+    Chart.charts.push(this);
+    callback?.call(this, this);
+    this.renderTo.dispatchEvent(new CustomEvent('chartdrawn', {bubbles: true, detail: {ms: performance.now() - start}}));
+  }
+
+  // The page's tooltip text for one point, its markup limited to what the page writes.
+  tooltipHtml(series, point) {
+    const formatter = this.options.tooltip?.formatter;
+    const context = {x: point.category, y: point.y, series, point, key: point.category, chart: this};
+    const text = typeof formatter === 'function' ? formatter.call(context)
+      : `<b>${series.name}</b><br/>${point.category}: ${point.y}`;
+    return text === false || text === undefined || text === null ? '' : markupToHtml(String(text));
+  }
+
+  // The point the pointer is nearest to, as the page's API chose it: by x first for lines and
+  // columns (then by y among equals), in the plane for scatters; series without tracking left out.
+  nearest(instance, x, y) {
+    let best = null;
+    this.pixels ??= this.order.map((index, k) => {
+      const series = this.series[index];
+      return series.userOptions.enableMouseTracking === false ? null
+        : series.points.map((p) => (p.y === null ? null : instance.convertToPixel({seriesIndex: k}, [this.isCategories() ? p.index : p.x, p.y])));
+    });
+    this.pixels.forEach((places, k) => {
+      const plane = this.series[this.order[k]].type === 'scatter';
+      places?.forEach((at, i) => {
+        if (!at) {
+          return;
+        }
+        const dx = Math.abs(at[0] - x);
+        const dy = Math.abs(at[1] - y);
+        const score = plane ? [Math.hypot(dx, dy), 0] : [Math.round(dx), dy];
+        if (!best || score[0] < best.score[0] || score[0] === best.score[0] && score[1] < best.score[1]) {
+          best = {score, seriesIndex: k, dataIndex: i};
+        }
+      });
+    });
+    return best;
+  }
+
+  isCategories() {
+    return Boolean(this.options.xAxis?.[0]?.categories ?? this.options.xAxis?.categories);
+  }
+
+  // The tooltip is the adapter's own box: the library's shows only for points it draws a marker for.
+  showTooltip(hit, x, y) {
+    const box = this.tooltip ??= this.renderTo.appendChild(document.createElement('div'));
+    box.className = 'anarep-tooltip';
+    const series = this.series[this.order[hit.seriesIndex]];
+    box.innerHTML = this.tooltipHtml(series, series.points[hit.dataIndex]);
+    box.style.cssText = TOOLTIP_STYLE + `border-color:${series.color ?? '#999999'};left:0;top:0`;
+    const width = box.offsetWidth;
+    const height = box.offsetHeight;
+    const {width: chartWidth, height: chartHeight} = this.size;
+    const left = x + 12 + width > chartWidth ? Math.max(0, x - 12 - width) : x + 12;
+    const top = y + 12 + height > chartHeight ? Math.max(0, y - 12 - height) : y + 12;
+    box.style.left = `${left}px`;
+    box.style.top = `${top}px`;
+  }
+
+  hideTooltip() {
+    if (this.tooltip) {
+      this.tooltip.style.display = 'none';
+    }
+  }
+
+  trackPointer(instance) {
+    const zr = instance.getZr();
+    zr.on('mousemove', (event) => {
+      // A point on the plot's edge is hovered from either side of it.
+      const near = [[0, 0], [-3, -3], [3, 3], [-3, 3], [3, -3]]
+        .some(([dx, dy]) => instance.containPixel({gridIndex: 0}, [event.offsetX + dx, event.offsetY + dy]));
+      const hit = near && this.nearest(instance, event.offsetX, event.offsetY);
+      if (hit) {
+        const series = this.series[this.order[hit.seriesIndex]];
+        const point = series.points[hit.dataIndex];
+        const at = instance.convertToPixel({seriesIndex: hit.seriesIndex}, [this.isCategories() ? point.index : point.x, point.y]);
+        this.showTooltip(hit, at[0], at[1]);
+      } else {
+        this.hideTooltip();
+      }
+    });
+    zr.on('globalout', () => this.hideTooltip());
+    instance.on('datazoom', () => {
+      this.pixels = null;
+    });
+  }
+}
+
+Chart.charts = [];
