@@ -1,5 +1,5 @@
 #pragma once
-// Point lists of the chart document's curves, as the text of a Highcharts data array.
+// Point lists of the chart document's curves, as the text of a chart script's data array.
 
 #include "xml/XmlNode.h"
 
