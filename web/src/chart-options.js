@@ -305,11 +305,34 @@ export function describe({title, subtitle, xAxis, yAxis, series}) {
   return parts.join(' ');
 }
 
+// Zoom as the page's API had it: a drag selects the x band or the rectangle to zoom to (the
+// library's own selection, switched on by the adapter; its toolbox icons are not shown, the
+// adapter has its own reset control), and shift with the wheel zooms too.
+export function mapZoom({chart}, yAxes = 1) {
+  const type = String(chart?.zoomType ?? '');
+  const x = type.includes('x');
+  const y = type.includes('y');
+  if (!x && !y) {
+    return {};
+  }
+  const wheel = {type: 'inside', filterMode: 'none', zoomOnMouseWheel: 'shift', moveOnMouseWheel: false, moveOnMouseMove: false};
+  return {
+    toolbox: {show: true, left: 0, top: 0, padding: 0, itemSize: 1, itemGap: 0, showTitle: false, iconStyle: {opacity: 0},
+      feature: {dataZoom: {filterMode: 'none', xAxisIndex: x ? 0 : false, yAxisIndex: y ? 'all' : false,
+        brushStyle: {color: 'rgba(51,92,168,0.25)'}}}},
+    dataZoom: [
+      ...(x ? [{...wheel, xAxisIndex: 0}] : []),
+      // One per y axis: the selection zooms each axis to its own values, and a zoom shared by
+      // two axes would take the values of one for the other's.
+      ...(y ? Array.from({length: yAxes}, (_, i) => ({...wheel, yAxisIndex: i})) : []),
+    ],
+  };
+}
+
 // The whole option of one chart.
 export function chartOption(options, {root = 16, width = null, measure = null} = {}) {
   const titles = titleLayout(options, root, width, measure);
   const grid = mapGrid(options, titles.bottom);
-  const zoom = /x/.test(options.chart?.zoomType ?? '') || /y/.test(options.chart?.zoomType ?? '');
   const axes = mapAxes(options, root);
   return {
     animation: false,
@@ -319,9 +342,6 @@ export function chartOption(options, {root = 16, width = null, measure = null} =
     series: mapSeries(options, width && width - grid.left - grid.right),
     legend: mapLegend(options),
     aria: {enabled: true, label: {enabled: true, description: describe(options)}, decal: {show: false}},
-    ...(zoom ? {dataZoom: [
-      ...(/x/.test(options.chart.zoomType) ? [{type: 'inside', xAxisIndex: 0, filterMode: 'none', zoomOnMouseWheel: 'shift', moveOnMouseWheel: false}] : []),
-      ...(/y/.test(options.chart.zoomType) ? [{type: 'inside', yAxisIndex: axes.yAxis.map((_, i) => i), filterMode: 'none', zoomOnMouseWheel: 'shift', moveOnMouseWheel: false}] : []),
-    ]} : {}),
+    ...mapZoom(options, axes.yAxis.length),
   };
 }

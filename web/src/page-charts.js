@@ -9,9 +9,13 @@ import {schedule} from './schedule.js';
 
 const TOOLTIP_STYLE = 'position:absolute;display:block;pointer-events:none;z-index:3;white-space:nowrap;padding:8px;'
   + 'font:12px/1.4 sans-serif;color:#333333;background:rgba(247,247,247,0.95);border:1px solid;border-radius:3px;';
-const SAVE_STYLE = '.anarep-save{position:absolute;top:2px;right:2px;z-index:2;padding:0 4px;font:12px/16px sans-serif;'
-  + 'color:#555;background:#fff;border:1px solid #ccc;border-radius:3px;cursor:pointer;opacity:.6}'
-  + '.anarep-save:hover,.anarep-save:focus{opacity:1}@media print{.anarep-save{display:none}}';
+const CONTROL_STYLE = '.anarep-controls{position:absolute;top:2px;right:2px;z-index:2;display:flex;gap:2px}'
+  + '.anarep-controls button{padding:0 4px;font:12px/16px sans-serif;color:#555;background:#fff;border:1px solid #ccc;'
+  + 'border-radius:3px;cursor:pointer;opacity:.6}.anarep-controls button:hover,.anarep-controls button:focus{opacity:1}'
+  + '.anarep-controls button[hidden]{display:none}@media print{.anarep-controls,.anarep-controls button{display:none}}';
+
+// A pixel and its neighbours one step away diagonally: a point on the plot's edge lies on either side.
+const EDGE = [[0, 0], [-1, -1], [1, 1], [-1, 1], [1, -1]];
 
 function containerOf(target) {
   return typeof target === 'string' ? document.getElementById(target) : target;
@@ -54,18 +58,29 @@ function measure(text, size, bold) {
 }
 
 let styled = false;
-function addSaveControl(chart, instance) {
+// The chart's controls in its top right corner, a reader's tools that paper leaves out.
+function addControls(chart, instance) {
   if (!styled) {
-    document.head.appendChild(document.createElement('style')).textContent = SAVE_STYLE;
+    document.head.appendChild(document.createElement('style')).textContent = CONTROL_STYLE;
     styled = true;
   }
-  const button = document.createElement('button');
-  button.type = 'button';
-  button.className = 'anarep-save';
-  button.textContent = '\u2913';
-  button.title = 'Save this chart as an image';
-  button.setAttribute('aria-label', 'Save this chart as an image');
-  button.addEventListener('click', () => {
+  const bar = document.createElement('div');
+  bar.className = 'anarep-controls';
+  const button = (className, text, title, action) => {
+    const element = bar.appendChild(document.createElement('button'));
+    element.type = 'button';
+    element.className = className;
+    element.textContent = text;
+    element.title = title;
+    element.setAttribute('aria-label', title);
+    element.addEventListener('click', action);
+    return element;
+  };
+  if (chart.zooms) {
+    chart.resetControl = button('anarep-reset', 'Reset zoom', 'Show the whole chart again', () => chart.resetZoom());
+    chart.resetControl.hidden = true;
+  }
+  button('anarep-save', '\u2913', 'Save this chart as an image', () => {
     const link = document.createElement('a');
     link.href = instance.getDataURL({type: 'svg', backgroundColor: '#ffffff'});
     link.download = `${chart.renderTo.id || 'chart'}.svg`;
@@ -74,7 +89,7 @@ function addSaveControl(chart, instance) {
   if (!chart.renderTo.style.position) {
     chart.renderTo.style.position = 'relative';
   }
-  chart.renderTo.appendChild(button);
+  chart.renderTo.appendChild(bar);
 }
 
 export class Chart {
@@ -106,8 +121,13 @@ export class Chart {
     // The library paints in its next animation frame; painted now, the chart is whole when told.
     instance.getZr().flush();
     this.container = this.renderTo;
+    this.zooms = Boolean(option.toolbox);
+    if (this.zooms) {
+      // A drag zooms at once, as it did: no zoom button to press first.
+      instance.dispatchAction({type: 'takeGlobalCursor', key: 'dataZoomSelect', dataZoomSelectActive: true});
+    }
     this.trackPointer(instance);
-    addSaveControl(this, instance);
+    addControls(this, instance);
     this.hasRendered = true;
     Chart.charts.push(this);
     callback?.call(this, this);
@@ -127,10 +147,14 @@ export class Chart {
   // columns (then by y among equals), in the plane for scatters; series without tracking left out.
   nearest(instance, x, y) {
     let best = null;
+    // Zoomed in, the points outside the plot are hidden and never hovered.
+    const shown = (at) => !this.zoomed || EDGE.some(([dx, dy]) => instance.containPixel({gridIndex: 0}, [at[0] + dx, at[1] + dy]));
     this.pixels ??= this.order.map((index, k) => {
       const series = this.series[index];
-      return series.userOptions.enableMouseTracking === false ? null
-        : series.points.map((p) => (p.y === null ? null : instance.convertToPixel({seriesIndex: k}, [this.isCategories() ? p.index : p.x, p.y])));
+      return series.userOptions.enableMouseTracking === false ? null : series.points.map((p) => {
+        const at = p.y === null ? null : instance.convertToPixel({seriesIndex: k}, [this.isCategories() ? p.index : p.x, p.y]);
+        return at && shown(at) ? at : null;
+      });
     });
     this.pixels.forEach((places, k) => {
       const plane = this.series[this.order[k]].type === 'scatter';
@@ -155,11 +179,18 @@ export class Chart {
 
   // The tooltip is the adapter's own box: the library's shows only for points it draws a marker for.
   showTooltip(hit, x, y) {
+    const series = this.series[this.order[hit.seriesIndex]];
+    this.showBox((box) => {
+      box.innerHTML = this.tooltipHtml(series, series.points[hit.dataIndex]);
+    }, series.color ?? '#999999', x, y);
+  }
+
+  // The box beside the place (x, y), inside the chart where it fits.
+  showBox(fill, border, x, y) {
     const box = this.tooltip ??= this.renderTo.appendChild(document.createElement('div'));
     box.className = 'anarep-tooltip';
-    const series = this.series[this.order[hit.seriesIndex]];
-    box.innerHTML = this.tooltipHtml(series, series.points[hit.dataIndex]);
-    box.style.cssText = TOOLTIP_STYLE + `border-color:${series.color ?? '#999999'};left:0;top:0`;
+    fill(box);
+    box.style.cssText = TOOLTIP_STYLE + `border-color:${border};left:0;top:0`;
     const width = box.offsetWidth;
     const height = box.offsetHeight;
     const {width: chartWidth, height: chartHeight} = this.size;
@@ -179,7 +210,7 @@ export class Chart {
     const zr = instance.getZr();
     zr.on('mousemove', (event) => {
       // A point on the plot's edge is hovered from either side of it.
-      const near = [[0, 0], [-3, -3], [3, 3], [-3, 3], [3, -3]]
+      const near = EDGE.map(([dx, dy]) => [3 * dx, 3 * dy])
         .some(([dx, dy]) => instance.containPixel({gridIndex: 0}, [event.offsetX + dx, event.offsetY + dy]));
       const hit = near && this.nearest(instance, event.offsetX, event.offsetY);
       if (hit) {
@@ -194,7 +225,21 @@ export class Chart {
     zr.on('globalout', () => this.hideTooltip());
     instance.on('datazoom', () => {
       this.pixels = null;
+      this.zoomed = instance.getOption().dataZoom.some((zoom) => zoom.start > 0 || zoom.end < 100);
+      if (this.resetControl) {
+        this.resetControl.hidden = !this.zoomed;
+      }
     });
+    if (this.zooms) {
+      zr.on('dblclick', () => this.resetZoom());
+    }
+  }
+
+  resetZoom() {
+    if (this.zoomed) {
+      this.hideTooltip();
+      this.instance.dispatchAction({type: 'dataZoom', start: 0, end: 100});
+    }
   }
 }
 
