@@ -168,6 +168,8 @@ export function mapAxes({chart, xAxis, yAxis}, root = 16) {
       ...(categoryLabelWidth(bottom, x.labels?.rotation, labelSize) !== null
         ? {width: categoryLabelWidth(bottom, x.labels.rotation, labelSize), overflow: 'truncate', ellipsis: '\u2026'} : {}),
     },
+    // The adapter shows a cut name whole under the pointer.
+    triggerEvent: categoryLabelWidth(bottom, x.labels?.rotation, labelSize) !== null,
   } : {type: 'value', ...range(x), axisLabel: axisLabels(x, root), splitLine: {show: false}};
   const ys = list(yAxis).length ? list(yAxis) : [{}];
   const gridded = Math.max(0, ys.findIndex((axis) => isNumber(axis.tickInterval)));

@@ -126,7 +126,7 @@ export class Chart {
       // A drag zooms at once, as it did: no zoom button to press first.
       instance.dispatchAction({type: 'takeGlobalCursor', key: 'dataZoomSelect', dataZoomSelectActive: true});
     }
-    this.trackPointer(instance);
+    this.trackPointer(instance, option);
     addControls(this, instance);
     this.hasRendered = true;
     Chart.charts.push(this);
@@ -200,15 +200,25 @@ export class Chart {
     box.style.top = `${top}px`;
   }
 
+  showLabel(event) {
+    this.showBox((box) => {
+      box.textContent = this.cutLabel;
+    }, '#999999', event.offsetX, event.offsetY);
+  }
+
   hideTooltip() {
     if (this.tooltip) {
       this.tooltip.style.display = 'none';
     }
   }
 
-  trackPointer(instance) {
+  trackPointer(instance, option) {
     const zr = instance.getZr();
     zr.on('mousemove', (event) => {
+      if (this.cutLabel !== null) {
+        this.showLabel(event);
+        return;
+      }
       // A point on the plot's edge is hovered from either side of it.
       const near = EDGE.map(([dx, dy]) => [3 * dx, 3 * dy])
         .some(([dx, dy]) => instance.containPixel({gridIndex: 0}, [event.offsetX + dx, event.offsetY + dy]));
@@ -223,6 +233,26 @@ export class Chart {
       }
     });
     zr.on('globalout', () => this.hideTooltip());
+    // A category name cut short shows whole while the pointer is on it, as it did. The library
+    // tells of the label after the move onto it: the box is shown then, and follows the moves after.
+    this.cutLabel = null;
+    const cut = option.xAxis[0].axisLabel;
+    if (cut.overflow === 'truncate') {
+      const isLabel = (params) => params.componentType === 'xAxis' && params.targetType === 'axisLabel';
+      instance.on('mouseover', (params) => {
+        const name = String(params.value);
+        this.cutLabel = isLabel(params) && measure(name, cut.fontSize, false) > cut.width ? name : null;
+        if (this.cutLabel !== null) {
+          this.showLabel(params.event);
+        }
+      });
+      instance.on('mouseout', (params) => {
+        if (isLabel(params)) {
+          this.cutLabel = null;
+          this.hideTooltip();
+        }
+      });
+    }
     instance.on('datazoom', () => {
       this.pixels = null;
       this.zoomed = instance.getOption().dataZoom.some((zoom) => zoom.start > 0 || zoom.end < 100);

@@ -1,5 +1,6 @@
 // What a reader does with a drawn chart, with a real pointer on the fixture page: drags a
-// rectangle to zoom in, goes back to the whole chart, hovers points of the zoomed view.
+// rectangle to zoom in, goes back to the whole chart, hovers points of the zoomed view, and
+// reads a slanted category name that was cut short.
 import {after, before, describe, test} from 'node:test';
 import assert from 'node:assert/strict';
 import {join} from 'node:path';
@@ -97,4 +98,20 @@ describe('drag zoom', () => {
       assert.deepEqual(errors, []);
     });
   }
+});
+
+test('a category name cut short shows whole under the pointer, and only there', async () => {
+  const labels = page.locator('#container1 svg text');
+  await labels.first().scrollIntoViewIfNeeded();
+  const place = async (text) => {
+    const r = await labels.filter({hasText: text}).boundingBox();
+    return [r.x + r.width / 2, r.y + r.height / 2];
+  };
+  const seen = [];
+  for (const label of ['61 and over, retir', '18-25']) {
+    await page.mouse.move(...await place(label), {steps: 4});
+    seen.push(await tooltip('container1'));
+  }
+  assert.deepEqual(seen, ['61 and over, retired or not in work', null]);
+  assert.deepEqual(errors, []);
 });
