@@ -82,7 +82,8 @@ function addControls(chart, instance) {
   }
   button('anarep-save', '\u2913', 'Save this chart as an image', () => {
     const link = document.createElement('a');
-    link.href = instance.getDataURL({type: 'svg', backgroundColor: '#ffffff'});
+    // The zoom's toolbox is drawn, though not seen: the image leaves it out.
+    link.href = instance.getDataURL({type: 'svg', backgroundColor: '#ffffff', excludeComponents: ['toolbox']});
     link.download = `${chart.renderTo.id || 'chart'}.svg`;
     link.click();
   });

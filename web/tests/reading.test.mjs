@@ -108,7 +108,8 @@ test('a category name cut short shows whole under the pointer, and only there', 
     return [r.x + r.width / 2, r.y + r.height / 2];
   };
   const seen = [];
-  for (const label of ['61 and over, retir', '18-25']) {
+  // Where the name is cut depends on the font's widths: the one cut label is the one ending in "…".
+  for (const label of ['\u2026', '18-25']) {
     await page.mouse.move(...await place(label), {steps: 4});
     seen.push(await tooltip('container1'));
   }
