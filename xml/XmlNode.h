@@ -49,9 +49,11 @@ struct XmlClearSection {
 };
 
 struct XmlNodeData;
+struct XmlStore;
 
 // Handle to one element. The default handle is the empty node: every query on it answers
-// empty, null or 0, so look-ups can be chained without checks.
+// empty, null or 0, so look-ups can be chained without checks. A handle keeps its element, the
+// element's subtree and the whole document's memory alive.
 class XmlNode {
 public:
     XmlNode() noexcept = default;
@@ -118,10 +120,11 @@ public:
 
 private:
     friend class XmlTree;
-    explicit XmlNode(XmlNodeData* data) noexcept;  // takes one new reference
+    XmlNode(XmlNodeData* data, XmlStore* store) noexcept;  // takes one new reference
     void release() noexcept;
 
     XmlNodeData* data_ = nullptr;
+    XmlStore* store_ = nullptr;  // the document's memory; null on the empty node
 };
 
 // Case-insensitive whole-name comparison: ASCII A-Z match a-z, every other byte must be equal.

@@ -29,5 +29,5 @@ private:
     [[gnu::noinline]] static bool closeByPendingEndTag(XmlNodeData* node, XmlParseContext& context);
     static bool parseEndTag(XmlNodeData* node, XmlParseContext& context);
     static bool endOfInput(XmlNodeData* node, XmlParseContext& context);
-    static bool flushText(XmlNodeData* node, XmlParseContext& context, const char* end);
+    static bool flushText(XmlParseContext& context, const char* end);
 };

@@ -269,7 +269,7 @@ TEST_P(XmlCasesTest, AnswersAsTheTableSays) {
 INSTANTIATE_TEST_SUITE_P(Tables, XmlCasesTest, testing::Values("api", "base64", "file", "parse", "text"),
                          [](const testing::TestParamInfo<const char*>& row) { return std::string(row.param); });
 
-// ---- reference counts: a record lives while a handle or its parent's entry holds it ----
+// ---- handle counts: a record lives while a handle holds it or one of its ancestors ----
 
 TEST(XmlNodeLifetimeTest, ElementOutlivesItsDocumentDetachedWithItsSubtree) {
     XmlNode child;
@@ -285,6 +285,14 @@ TEST(XmlNodeLifetimeTest, ElementOutlivesItsDocumentDetachedWithItsSubtree) {
               "<g>[deep]</>(empty)1");
 }
 
+TEST(XmlNodeLifetimeTest, ParentReachedWhileAnAncestorIsHeld) {
+    XmlNode document = XmlNode::parseString("<r><c><g/></c></r>", {}, nullptr);
+    const XmlNode grandchild = document.childAt(0).childAt(0);
+    EXPECT_EQ(dump(grandchild.parent()), "<c><g></></>");
+    document = XmlNode();
+    EXPECT_EQ(dump(grandchild.parent()), "(empty)");
+}
+
 TEST(XmlNodeLifetimeTest, CopiesAndAssignmentsCountEveryHolder) {
     XmlNode node = XmlNode::parseString("<r><c><g/></c></r>", {}, nullptr);
     XmlNode child = node.childAt(0);
@@ -294,10 +302,10 @@ TEST(XmlNodeLifetimeTest, CopiesAndAssignmentsCountEveryHolder) {
         XmlNode assigned;
         assigned = copy;
         assigned = assigned;
-        EXPECT_EQ(data->refCount, 4);  // the parent's entry and three handles
+        EXPECT_EQ(data->refCount, 3);  // three handles; the parent's entry is not one
         XmlNode moved = std::move(copy);
         moved = std::move(assigned);
-        EXPECT_EQ(data->refCount, 3);
+        EXPECT_EQ(data->refCount, 2);
     }
     node = node.childAt(0);  // the document's only handle takes its child: the child stays
     child = XmlNode::emptyNode();
