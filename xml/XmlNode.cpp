@@ -13,6 +13,10 @@ namespace {
 constexpr size_t kFirstBlock = 64 * 1024;
 constexpr size_t kLastBlock = 8 * 1024 * 1024;
 
+// Documents of millions of small elements are mostly records: these stay smaller than a node of
+// the common DOM libraries, attributes and child entries apart.
+static_assert(sizeof(XmlNodeData) <= 48);
+
 constexpr size_t roundUp8(size_t bytes) {
     return (bytes + 7) & ~size_t{7};
 }
@@ -195,23 +199,23 @@ int32_t XmlNode::attributeCount() const noexcept {
 std::string_view XmlNode::attributeNameAt(int32_t index) const noexcept {
     if (data_ == nullptr || index < 0 || index >= data_->attributeCount)
         return {};
-    return data_->attributes[index].name;
+    return data_->attributes()[index].name;
 }
 
 std::string_view XmlNode::attributeValueAt(int32_t index) const noexcept {
     if (data_ == nullptr || index < 0 || index >= data_->attributeCount)
         return {};
-    return data_->attributes[index].value;
+    return data_->attributes()[index].value;
 }
 
 std::string_view XmlNode::attribute(std::string_view attributeName, int32_t* cursor) const noexcept {
     if (data_ == nullptr)
         return {};
     for (int32_t i = cursor != nullptr && *cursor > 0 ? *cursor : 0; i < data_->attributeCount; ++i) {
-        if (xmlNamesEqual(data_->attributes[i].name, attributeName)) {
+        if (xmlNamesEqual(data_->attributes()[i].name, attributeName)) {
             if (cursor != nullptr)
                 *cursor = i + 1;
-            return data_->attributes[i].value;
+            return data_->attributes()[i].value;
         }
     }
     return {};
@@ -259,37 +263,38 @@ XmlNode XmlTree::createDocument(std::unique_ptr<XmlStore> store) {
 
 XmlNodeData* XmlTree::addChild(XmlStore& store, XmlBuilder& builder, XmlNodeData* parent, std::string_view name,
                                bool isDeclaration, const XmlAttribute* attributes, int32_t count) {
-    auto* d = new (store.allocateArray<XmlNodeData>(1)) XmlNodeData;
+    const size_t attributeBytes = sizeof(XmlAttribute) * static_cast<size_t>(count);
+    auto* d = new (store.allocate(sizeof(XmlNodeData) + attributeBytes)) XmlNodeData;
     d->name = name.data();
     d->nameLength = static_cast<uint32_t>(name.size());
     d->isDeclaration = isDeclaration ? 1 : 0;
     d->parent = parent;
-    if (count > 0) {
-        d->attributes = store.allocateArray<XmlAttribute>(static_cast<size_t>(count));
-        std::memcpy(static_cast<void*>(d->attributes), attributes, sizeof(XmlAttribute) * static_cast<size_t>(count));
-        d->attributeCount = count;
-    }
-    builder.order.push_back(static_cast<int32_t>((builder.children.size() - builder.open.children) << 2) | XmlChildItem);
+    d->attributeCount = count;
+    if (count > 0)
+        std::memcpy(static_cast<void*>(d + 1), attributes, attributeBytes);
     builder.children.push_back(d);
     return d;
 }
 
 void XmlTree::addText(XmlBuilder& builder, std::string_view text) {
-    builder.order.push_back(static_cast<int32_t>((builder.texts.size() - builder.open.texts) << 2) | XmlTextItem);
+    const auto index = static_cast<int32_t>(builder.texts.size() - builder.open.texts);
+    builder.items.push_back({(index << 2) | XmlTextItem, builder.openChildren()});
     builder.texts.push_back(text);
 }
 
 bool XmlTree::joinAcrossComment(XmlStore& store, XmlBuilder& builder, std::string_view text, const char* commentTag) {
     // The open element's last items are the builder's last: the elements inside it are complete
-    // and gone from the builder.
-    if (builder.order.size() < builder.open.order + 2)
+    // and gone from the builder. A child between the text and the comment, or after them, keeps
+    // them apart.
+    if (builder.items.size() < builder.open.items + 2)
         return false;
-    const int32_t last = builder.order.back();
-    const int32_t previous = builder.order[builder.order.size() - 2];
-    if ((previous & 3) != XmlTextItem || (last & 3) != XmlClearItem || builder.clears.back().openTag != commentTag)
+    const XmlBuilder::Item last = builder.items.back();
+    const XmlBuilder::Item previous = builder.items[builder.items.size() - 2];
+    if ((previous.entry & 3) != XmlTextItem || (last.entry & 3) != XmlClearItem ||
+        builder.clears.back().openTag != commentTag || previous.childrenBefore != builder.openChildren())
         return false;
     builder.clears.pop_back();
-    builder.order.pop_back();
+    builder.items.pop_back();
     std::string_view& target = builder.texts.back();
     char* joined = store.allocate(target.size() + text.size());
     std::memcpy(joined, target.data(), target.size());
@@ -299,26 +304,47 @@ bool XmlTree::joinAcrossComment(XmlStore& store, XmlBuilder& builder, std::strin
 }
 
 void XmlTree::addClearSection(XmlBuilder& builder, std::string_view value, const char* openTag, const char* closeTag) {
-    builder.order.push_back(static_cast<int32_t>((builder.clears.size() - builder.open.clears) << 2) | XmlClearItem);
+    const auto index = static_cast<int32_t>(builder.clears.size() - builder.open.clears);
+    builder.items.push_back({(index << 2) | XmlClearItem, builder.openChildren()});
     builder.clears.push_back(XmlClearSection{value, openTag, closeTag});
 }
+
+namespace {
+
+// The order list of an element with texts or raw sections: its children placed between them.
+int32_t* mergeOrder(XmlStore& store, const XmlBuilder& builder, int32_t childCount) {
+    const size_t itemCount = builder.items.size() - builder.open.items;
+    int32_t* order = store.allocateArray<int32_t>(static_cast<size_t>(childCount) + itemCount);
+    int32_t written = 0;
+    int32_t child = 0;
+    for (size_t i = builder.open.items; i < builder.items.size(); ++i) {
+        for (; child < builder.items[i].childrenBefore; ++child)
+            order[written++] = (child << 2) | XmlChildItem;
+        order[written++] = builder.items[i].entry;
+    }
+    for (; child < childCount; ++child)
+        order[written++] = (child << 2) | XmlChildItem;
+    return order;
+}
+
+}  // namespace
 
 void XmlTree::complete(XmlStore& store, XmlBuilder& builder, XmlNodeData* node) {
     const XmlBuilder::Mark& open = builder.open;
     node->children = copyToStore(store, builder.children, open.children);
-    node->childCount = static_cast<int32_t>(builder.children.size() - open.children);
-    if (builder.texts.size() > open.texts || builder.clears.size() > open.clears) {
+    node->childCount = builder.openChildren();
+    if (builder.items.size() > open.items) {
         auto* content = new (store.allocateArray<XmlContent>(1)) XmlContent;
         content->texts = copyToStore(store, builder.texts, open.texts);
         content->clears = copyToStore(store, builder.clears, open.clears);
-        content->order = copyToStore(store, builder.order, open.order);
+        content->order = mergeOrder(store, builder, node->childCount);
         content->textCount = static_cast<int32_t>(builder.texts.size() - open.texts);
         content->clearCount = static_cast<int32_t>(builder.clears.size() - open.clears);
-        content->orderCount = static_cast<int32_t>(builder.order.size() - open.order);
+        content->orderCount = node->childCount + static_cast<int32_t>(builder.items.size() - open.items);
         node->content = content;
     }
     builder.children.resize(open.children);
     builder.texts.resize(open.texts);
     builder.clears.resize(open.clears);
-    builder.order.resize(open.order);
+    builder.items.resize(open.items);
 }

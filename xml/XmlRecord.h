@@ -59,13 +59,12 @@ struct XmlContent {
     int32_t orderCount = 0;
 };
 
-// The node record, in its document's arena; every array is exact, written once when the element
-// is complete.
+// The node record, in its document's arena, followed there by its attributes; every array is
+// exact, written once when the element is complete.
 struct XmlNodeData {
     const char* name = nullptr;  // null only for the unnamed document node
     XmlNodeData* parent = nullptr;
     XmlNodeData** children = nullptr;
-    XmlAttribute* attributes = nullptr;
     XmlContent* content = nullptr;  // null when the element holds only children
     uint32_t nameLength : 31 = 0;
     uint32_t isDeclaration : 1 = 0;
@@ -76,21 +75,29 @@ struct XmlNodeData {
     int32_t refCount = 0;
 
     std::string_view nameView() const noexcept { return {name, nameLength}; }
+    const XmlAttribute* attributes() const noexcept { return reinterpret_cast<const XmlAttribute*>(this + 1); }
 };
 
 // The items of the elements still open during a parse, innermost last. An element's items are
 // copied into the arena at their exact counts when it is complete, so no array ever regrows there.
+// Texts and raw sections note how many children came before them, which places them in the
+// order list without an entry per child.
 struct XmlBuilder {
+    struct Item {
+        int32_t entry;           // (index << 2) | kind, the index relative to the open element
+        int32_t childrenBefore;  // the open element's children written before it
+    };
     struct Mark {
-        size_t children = 0, texts = 0, clears = 0, order = 0;
+        size_t children = 0, texts = 0, clears = 0, items = 0;
     };
     std::vector<XmlNodeData*> children;
     std::vector<std::string_view> texts;
     std::vector<XmlClearSection> clears;
-    std::vector<int32_t> order;  // indices relative to the open element's own items
-    Mark open;                   // where the innermost open element's items start
+    std::vector<Item> items;  // the texts and raw sections, in document order
+    Mark open;                // where the innermost open element's items start
 
-    Mark mark() const noexcept { return {children.size(), texts.size(), clears.size(), order.size()}; }
+    Mark mark() const noexcept { return {children.size(), texts.size(), clears.size(), items.size()}; }
+    int32_t openChildren() const noexcept { return static_cast<int32_t>(children.size() - open.children); }
 };
 
 // Building operations over records, for the parser.
