@@ -136,10 +136,6 @@ std::string_view XmlNode::name() const noexcept {
     return data_ != nullptr ? data_->nameView() : std::string_view();
 }
 
-bool XmlNode::isDeclaration() const noexcept {
-    return data_ != nullptr && data_->isDeclaration;
-}
-
 int32_t XmlNode::childCount() const noexcept {
     return data_ != nullptr ? data_->childCount : 0;
 }
@@ -170,20 +166,6 @@ XmlNode XmlNode::childNamed(std::string_view childName, int32_t* cursor) const n
         }
     }
     return XmlNode();
-}
-
-XmlNode XmlNode::childNamedNth(std::string_view childName, int32_t n) const noexcept {
-    if (data_ == nullptr)
-        return XmlNode();
-    XmlNodeData* last = nullptr;
-    for (int32_t i = 0; i < data_->childCount; ++i) {
-        if (!xmlNamesEqual(data_->children[i]->nameView(), childName))
-            continue;
-        if (n >= 0 && n-- == 0)
-            return XmlNode(data_->children[i], store_);
-        last = data_->children[i];
-    }
-    return n < 0 ? XmlNode(last, store_) : XmlNode();
 }
 
 XmlNode XmlNode::parent() const noexcept {
@@ -221,37 +203,39 @@ std::string_view XmlNode::attribute(std::string_view attributeName, int32_t* cur
     return {};
 }
 
-int32_t XmlNode::textCount() const noexcept {
-    return data_ != nullptr && data_->content != nullptr ? data_->content->textCount : 0;
-}
-
 std::string_view XmlNode::textAt(int32_t index) const noexcept {
-    if (index < 0 || index >= textCount())
+    if (index < 0 || index >= XmlTree::textCount(data_))
         return {};
     return data_->content->texts[index];
 }
 
-int32_t XmlNode::clearCount() const noexcept {
-    return data_ != nullptr && data_->content != nullptr ? data_->content->clearCount : 0;
+// ---- inspection ----
+
+int32_t XmlTree::textCount(const XmlNodeData* d) noexcept {
+    return d != nullptr && d->content != nullptr ? d->content->textCount : 0;
 }
 
-const XmlClearSection* XmlNode::clearAt(int32_t index) const noexcept {
-    if (index < 0 || index >= clearCount())
+int32_t XmlTree::clearCount(const XmlNodeData* d) noexcept {
+    return d != nullptr && d->content != nullptr ? d->content->clearCount : 0;
+}
+
+const XmlClearSection* XmlTree::clearAt(const XmlNodeData* d, int32_t index) noexcept {
+    if (index < 0 || index >= clearCount(d))
         return nullptr;
-    return &data_->content->clears[index];
+    return &d->content->clears[index];
 }
 
-int32_t XmlNode::orderCount() const noexcept {
-    if (data_ == nullptr)
+int32_t XmlTree::orderCount(const XmlNodeData* d) noexcept {
+    if (d == nullptr)
         return 0;
-    return data_->content != nullptr ? data_->content->orderCount : data_->childCount;
+    return d->content != nullptr ? d->content->orderCount : d->childCount;
 }
 
-int32_t XmlNode::orderAt(int32_t index) const noexcept {
-    if (index < 0 || index >= orderCount())
+int32_t XmlTree::orderAt(const XmlNodeData* d, int32_t index) noexcept {
+    if (index < 0 || index >= orderCount(d))
         return -1;
     // An element without texts or raw sections keeps no order list: its children are all of it.
-    return data_->content != nullptr ? data_->content->order[index] : (index << 2) | XmlChildItem;
+    return d->content != nullptr ? d->content->order[index] : orderEntry(index, XmlChildItem);
 }
 
 // ---- building operations ----
@@ -278,7 +262,7 @@ XmlNodeData* XmlTree::addChild(XmlStore& store, XmlBuilder& builder, XmlNodeData
 
 void XmlTree::addText(XmlBuilder& builder, std::string_view text) {
     const auto index = static_cast<int32_t>(builder.texts.size() - builder.open.texts);
-    builder.items.push_back({(index << 2) | XmlTextItem, builder.openChildren()});
+    builder.items.push_back({orderEntry(index, XmlTextItem), builder.openChildren()});
     builder.texts.push_back(text);
 }
 
@@ -290,7 +274,7 @@ bool XmlTree::joinAcrossComment(XmlStore& store, XmlBuilder& builder, std::strin
         return false;
     const XmlBuilder::Item last = builder.items.back();
     const XmlBuilder::Item previous = builder.items[builder.items.size() - 2];
-    if ((previous.entry & 3) != XmlTextItem || (last.entry & 3) != XmlClearItem ||
+    if ((previous.entry & kItemKindMask) != XmlTextItem || (last.entry & kItemKindMask) != XmlClearItem ||
         builder.clears.back().openTag != commentTag || previous.childrenBefore != builder.openChildren())
         return false;
     builder.clears.pop_back();
@@ -305,7 +289,7 @@ bool XmlTree::joinAcrossComment(XmlStore& store, XmlBuilder& builder, std::strin
 
 void XmlTree::addClearSection(XmlBuilder& builder, std::string_view value, const char* openTag, const char* closeTag) {
     const auto index = static_cast<int32_t>(builder.clears.size() - builder.open.clears);
-    builder.items.push_back({(index << 2) | XmlClearItem, builder.openChildren()});
+    builder.items.push_back({orderEntry(index, XmlClearItem), builder.openChildren()});
     builder.clears.push_back(XmlClearSection{value, openTag, closeTag});
 }
 
@@ -319,11 +303,11 @@ int32_t* mergeOrder(XmlStore& store, const XmlBuilder& builder, int32_t childCou
     int32_t child = 0;
     for (size_t i = builder.open.items; i < builder.items.size(); ++i) {
         for (; child < builder.items[i].childrenBefore; ++child)
-            order[written++] = (child << 2) | XmlChildItem;
+            order[written++] = orderEntry(child, XmlChildItem);
         order[written++] = builder.items[i].entry;
     }
     for (; child < childCount; ++child)
-        order[written++] = (child << 2) | XmlChildItem;
+        order[written++] = orderEntry(child, XmlChildItem);
     return order;
 }
 

@@ -132,28 +132,28 @@ XmlParser::TagOutcome XmlParser::parseStartTag(XmlNodeData* node, XmlNodeData*& 
 
 XmlParser::TagOutcome XmlParser::readAttributes(const XmlNodeData* parent, XmlParseContext& context,
                                                 bool isDeclaration) {
-    int state = 0;
+    AttributeState state = AttributeState::ExpectName;
     XmlToken pending;
     for (;;) {
         const XmlToken token = XmlScanner::nextToken(context);
         if (token.kind == XmlTokenKind::EndOfInput)
             return TagOutcome::EndOfInput;
-        if (state == 0) {
+        if (state == AttributeState::ExpectName) {
             if (token.kind == XmlTokenKind::Text) {
                 pending = token;
-                state = 1;
+                state = AttributeState::AfterName;
             } else if (token.kind == XmlTokenKind::TagEnd || token.kind == XmlTokenKind::EmptyTagEnd) {
                 context.textStart = context.cursor;
                 return token.kind == XmlTokenKind::TagEnd ? TagOutcome::Content : TagOutcome::Closed;
             } else {
                 break;
             }
-        } else if (state == 1) {
+        } else if (state == AttributeState::AfterName) {
             if (token.kind == XmlTokenKind::Text) {
                 addValuelessAttribute(context, pending, pending.length);
                 pending = token;
             } else if (token.kind == XmlTokenKind::Equals) {
-                state = 2;
+                state = AttributeState::AfterEquals;
             } else if (token.kind == XmlTokenKind::TagEnd || token.kind == XmlTokenKind::EmptyTagEnd) {
                 context.textStart = context.cursor;
                 bool closed = token.kind == XmlTokenKind::EmptyTagEnd;
@@ -176,7 +176,7 @@ XmlParser::TagOutcome XmlParser::readAttributes(const XmlNodeData* parent, XmlPa
                 break;
             if (!addValuedAttribute(context, pending, token, isDeclaration))
                 return TagOutcome::Stop;
-            state = 0;
+            state = AttributeState::ExpectName;
         }
     }
     context.error = XmlError::UnexpectedToken;
@@ -259,8 +259,9 @@ XmlNode XmlParser::parse(std::unique_ptr<XmlStore> store, const char* text, size
     XmlError error = context.error;
     if (document.childCount() == 0)
         error = XmlError::NoElements;
+    const XmlNodeData* documentData = XmlTree::data(document);
     const bool single = document.childCount() == 1 && document.attributeCount() == 0 &&
-                        document.textCount() == 0 && document.clearCount() == 0;
+                        XmlTree::textCount(documentData) == 0 && XmlTree::clearCount(documentData) == 0;
     XmlNode candidate = single ? document.childAt(0) : document;
     if (error == XmlError::None || error == XmlError::MissingEndTag || error == XmlError::NoElements) {
         if (!requiredTag.empty() && !xmlNamesEqual(candidate.name(), requiredTag)) {

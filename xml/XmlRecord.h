@@ -44,6 +44,23 @@ inline char foldAscii(char c) noexcept {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
 }
 
+// A raw section (CDATA, comment, DOCTYPE, PRE). The tags point into the scanner's marker table.
+struct XmlClearSection {
+    std::string_view value;  // never empty
+    const char* openTag;     // marker string of the clear-tag table, compared by identity
+    const char* closeTag;    // the table's closing marker, or the static "]>"
+};
+
+// An element's texts and raw sections in document order with its children: the order list holds
+// (index << kindBits) | kind for each.
+enum XmlItemKind : int32_t { XmlChildItem = 0, XmlTextItem = 2, XmlClearItem = 3 };
+constexpr int32_t kItemKindBits = 2;
+constexpr int32_t kItemKindMask = (1 << kItemKindBits) - 1;
+
+constexpr int32_t orderEntry(int32_t index, XmlItemKind kind) noexcept {
+    return (index << kItemKindBits) | kind;
+}
+
 struct XmlAttribute {
     std::string_view name;   // never null
     std::string_view value;  // null for an attribute written without "=" and a value
@@ -53,7 +70,7 @@ struct XmlAttribute {
 struct XmlContent {
     std::string_view* texts = nullptr;
     XmlClearSection* clears = nullptr;
-    int32_t* order = nullptr;  // (index << 2) | kind, one entry per child, text and clear section
+    int32_t* order = nullptr;  // orderEntry(index, kind), one per child, text and clear section
     int32_t textCount = 0;
     int32_t clearCount = 0;
     int32_t orderCount = 0;
@@ -84,7 +101,7 @@ struct XmlNodeData {
 // order list without an entry per child.
 struct XmlBuilder {
     struct Item {
-        int32_t entry;           // (index << 2) | kind, the index relative to the open element
+        int32_t entry;           // orderEntry(index, kind), the index relative to the open element
         int32_t childrenBefore;  // the open element's children written before it
     };
     struct Mark {
@@ -120,4 +137,13 @@ public:
     // them from the builder.
     static void complete(XmlStore& store, XmlBuilder& builder, XmlNodeData* node);
     static XmlNodeData* data(const XmlNode& node) noexcept { return node.data_; }
+
+    // What the page never reads, for the parser's own checks and the tests: each answers 0,
+    // null or -1 for the empty node (a null record) and for an index out of range.
+    static int32_t textCount(const XmlNodeData* node) noexcept;
+    static int32_t clearCount(const XmlNodeData* node) noexcept;
+    static const XmlClearSection* clearAt(const XmlNodeData* node, int32_t index) noexcept;
+    // Entries of the order list: children, texts and raw sections in document order.
+    static int32_t orderCount(const XmlNodeData* node) noexcept;
+    static int32_t orderAt(const XmlNodeData* node, int32_t index) noexcept;
 };
