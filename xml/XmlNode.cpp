@@ -15,7 +15,7 @@ constexpr size_t kLastBlock = 8 * 1024 * 1024;
 
 // Documents of millions of small elements are mostly records: these stay smaller than a node of
 // the common DOM libraries, attributes and child entries apart.
-static_assert(sizeof(XmlNodeData) <= 48);
+static_assert(sizeof(XmlNodeData) <= 40);
 
 constexpr size_t roundUp8(size_t bytes) {
     return (bytes + 7) & ~size_t{7};
@@ -145,24 +145,24 @@ int32_t XmlNode::childCountNamed(std::string_view childName) const noexcept {
         return 0;
     int32_t count = 0;
     for (int32_t i = 0; i < data_->childCount; ++i)
-        count += xmlNamesEqual(data_->children[i]->nameView(), childName) ? 1 : 0;
+        count += xmlNamesEqual(data_->children()[i]->nameView(), childName) ? 1 : 0;
     return count;
 }
 
 XmlNode XmlNode::childAt(int32_t index) const noexcept {
     if (data_ == nullptr || index < 0 || index >= data_->childCount)
         return XmlNode();
-    return XmlNode(data_->children[index], store_);
+    return XmlNode(data_->children()[index], store_);
 }
 
 XmlNode XmlNode::childNamed(std::string_view childName, int32_t* cursor) const noexcept {
     if (data_ == nullptr)
         return XmlNode();
     for (int32_t i = cursor != nullptr && *cursor > 0 ? *cursor : 0; i < data_->childCount; ++i) {
-        if (xmlNamesEqual(data_->children[i]->nameView(), childName)) {
+        if (xmlNamesEqual(data_->children()[i]->nameView(), childName)) {
             if (cursor != nullptr)
                 *cursor = i + 1;
-            return XmlNode(data_->children[i], store_);
+            return XmlNode(data_->children()[i], store_);
         }
     }
     return XmlNode();
@@ -206,36 +206,36 @@ std::string_view XmlNode::attribute(std::string_view attributeName, int32_t* cur
 std::string_view XmlNode::textAt(int32_t index) const noexcept {
     if (index < 0 || index >= XmlTree::textCount(data_))
         return {};
-    return data_->content->texts[index];
+    return data_->content()->texts[index];
 }
 
 // ---- inspection ----
 
 int32_t XmlTree::textCount(const XmlNodeData* d) noexcept {
-    return d != nullptr && d->content != nullptr ? d->content->textCount : 0;
+    return d != nullptr && d->content() != nullptr ? d->content()->textCount : 0;
 }
 
 int32_t XmlTree::clearCount(const XmlNodeData* d) noexcept {
-    return d != nullptr && d->content != nullptr ? d->content->clearCount : 0;
+    return d != nullptr && d->content() != nullptr ? d->content()->clearCount : 0;
 }
 
 const XmlClearSection* XmlTree::clearAt(const XmlNodeData* d, int32_t index) noexcept {
     if (index < 0 || index >= clearCount(d))
         return nullptr;
-    return &d->content->clears[index];
+    return &d->content()->clears[index];
 }
 
 int32_t XmlTree::orderCount(const XmlNodeData* d) noexcept {
     if (d == nullptr)
         return 0;
-    return d->content != nullptr ? d->content->orderCount : d->childCount;
+    return d->content() != nullptr ? d->content()->orderCount : d->childCount;
 }
 
 int32_t XmlTree::orderAt(const XmlNodeData* d, int32_t index) noexcept {
     if (index < 0 || index >= orderCount(d))
         return -1;
     // An element without texts or raw sections keeps no order list: its children are all of it.
-    return d->content != nullptr ? d->content->order[index] : orderEntry(index, XmlChildItem);
+    return d->content() != nullptr ? d->content()->order[index] : orderEntry(index, XmlChildItem);
 }
 
 // ---- building operations ----
@@ -315,17 +315,19 @@ int32_t* mergeOrder(XmlStore& store, const XmlBuilder& builder, int32_t childCou
 
 void XmlTree::complete(XmlStore& store, XmlBuilder& builder, XmlNodeData* node) {
     const XmlBuilder::Mark& open = builder.open;
-    node->children = copyToStore(store, builder.children, open.children);
+    XmlNodeData** children = copyToStore(store, builder.children, open.children);
     node->childCount = builder.openChildren();
+    node->items = reinterpret_cast<uintptr_t>(children);
     if (builder.items.size() > open.items) {
         auto* content = new (store.allocateArray<XmlContent>(1)) XmlContent;
+        content->children = children;
         content->texts = copyToStore(store, builder.texts, open.texts);
         content->clears = copyToStore(store, builder.clears, open.clears);
         content->order = mergeOrder(store, builder, node->childCount);
         content->textCount = static_cast<int32_t>(builder.texts.size() - open.texts);
         content->clearCount = static_cast<int32_t>(builder.clears.size() - open.clears);
         content->orderCount = node->childCount + static_cast<int32_t>(builder.items.size() - open.items);
-        node->content = content;
+        node->items = reinterpret_cast<uintptr_t>(content) | 1;
     }
     builder.children.resize(open.children);
     builder.texts.resize(open.texts);

@@ -5,6 +5,7 @@
 #include "xml/XmlNode.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <type_traits>
@@ -68,6 +69,7 @@ struct XmlAttribute {
 
 // What an element holds beside child elements; most hold none, and go without.
 struct XmlContent {
+    XmlNodeData** children = nullptr;
     std::string_view* texts = nullptr;
     XmlClearSection* clears = nullptr;
     int32_t* order = nullptr;  // orderEntry(index, kind), one per child, text and clear section
@@ -81,8 +83,9 @@ struct XmlContent {
 struct XmlNodeData {
     const char* name = nullptr;  // null only for the unnamed document node
     XmlNodeData* parent = nullptr;
-    XmlNodeData** children = nullptr;
-    XmlContent* content = nullptr;  // null when the element holds only children
+    // The children array, or (low bit set) the XmlContent that holds it: one field serves both,
+    // as most elements hold children alone.
+    uintptr_t items = 0;
     uint32_t nameLength : 31 = 0;
     uint32_t isDeclaration : 1 = 0;
     int32_t childCount = 0;
@@ -93,6 +96,13 @@ struct XmlNodeData {
 
     std::string_view nameView() const noexcept { return {name, nameLength}; }
     const XmlAttribute* attributes() const noexcept { return reinterpret_cast<const XmlAttribute*>(this + 1); }
+    const XmlContent* content() const noexcept {
+        return (items & 1) != 0 ? reinterpret_cast<const XmlContent*>(items - 1) : nullptr;
+    }
+    XmlNodeData* const* children() const noexcept {
+        const XmlContent* held = content();
+        return held != nullptr ? held->children : reinterpret_cast<XmlNodeData* const*>(items);
+    }
 };
 
 // The items of the elements still open during a parse, innermost last. An element's items are
