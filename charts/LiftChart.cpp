@@ -17,24 +17,47 @@ struct LiftSeriesSetting {
     bool coarse = true;
 };
 
-constexpr LiftSeriesSetting quilloSeries = {{"quillo", "#44FF44", "line", 1, 2, false, false, false}, "prunedFull",
-                                            "Quillo", false};
+constexpr LiftSeriesSetting quilloSeries = {
+    .series = {.name = "quillo", .color = "#44FF44", .yAxis = 1, .showInLegend = false, .marker = false,
+               .enableMouseTracking = false},
+    .element = "prunedFull", .curve = "Quillo", .coarse = false};
 
 constexpr LiftSeriesSetting deliveredSeries[] = {
     quilloSeries,
-    {{"Lift Test", "#8888AA", "line", 1}, "prunedTest", "ROC"},
-    {{"Lift Full", "#0000AA", "line", 1}, "prunedFull", "ROC"},
-    {{"proba", "#CC8888"}, "prunedFull", "Score"},
+    {.series = {.name = "Lift Test", .color = "#8888AA", .yAxis = 1}, .element = "prunedTest", .curve = "ROC"},
+    {.series = {.name = "Lift Full", .color = "#0000AA", .yAxis = 1}, .element = "prunedFull", .curve = "ROC"},
+    {.series = {.name = "proba", .color = "#CC8888"}, .element = "prunedFull", .curve = "Score"},
 };
 
 constexpr LiftSeriesSetting selectedPrunedSeries[] = {
     quilloSeries,
-    {{"Lift Test 99%t", "#8888AA", "line", 1, 1, true, false, false}, "prunedTest", "ROC99"},
-    {{"Lift Test 1%", "#AAAAFF", "line", 1, 1, true, false, false}, "prunedTest", "ROC1"},
-    {{"Lift Test", "#AAAAFF", "line", 1}, "prunedTest", "ROC"},
-    {{"Lift Creation", "#FF0000", "line", 1}, "prunedCreation", "ROC"},
-    {{"score", "#8B4513"}, "prunedTest", "Score"},
+    {.series = {.name = "Lift Test 99%t", .color = "#8888AA", .yAxis = 1, .lineWidth = 1, .marker = false,
+                .enableMouseTracking = false},
+     .element = "prunedTest", .curve = "ROC99"},
+    {.series = {.name = "Lift Test 1%", .color = "#AAAAFF", .yAxis = 1, .lineWidth = 1, .marker = false,
+                .enableMouseTracking = false},
+     .element = "prunedTest", .curve = "ROC1"},
+    {.series = {.name = "Lift Test", .color = "#AAAAFF", .yAxis = 1}, .element = "prunedTest", .curve = "ROC"},
+    {.series = {.name = "Lift Creation", .color = "#FF0000", .yAxis = 1}, .element = "prunedCreation", .curve = "ROC"},
+    {.series = {.name = "score", .color = "#8B4513"}, .element = "prunedTest", .curve = "Score"},
 };
+
+// The chart position of a selectedPruned row: the random diagonal comes first.
+constexpr int selectedPrunedPosition(std::string_view name) {
+    return seriesIndex(std::span<const LiftSeriesSetting>(selectedPrunedSeries), name) + 1;
+}
+
+// Hovering one of the three test lifts shows all three at that x.
+constexpr BandSeries testLiftBand = {
+    .low = selectedPrunedPosition("Lift Test 1%"),
+    .middle = selectedPrunedPosition("Lift Test"),
+    .high = selectedPrunedPosition("Lift Test 99%t"),
+    .lengths = selectedPrunedPosition("Lift Test 1%"),
+    .abscissae = selectedPrunedPosition("Lift Test 99%t"),
+    .comment = "Test lift with percentage",
+    .yLabel = "', y= '",
+};
+static_assert(testLiftBand.low > 0 && testLiftBand.middle > 0 && testLiftBand.high > 0);
 
 // Written ahead of the table's series, so the tooltip code's series indices count it.
 constexpr const char* randomDiagonal =
@@ -107,26 +130,6 @@ std::string liftAxes(bool delivered) {
     return out;
 }
 
-// Hovering one of the three test lifts shows all three at that x.
-constexpr const char* testLiftTooltip =
-    "\n\t        if (this.series.index>1 && this.series.index<5)"
-    "\n\t        {"
-    "\n\t          // Test lift with percentage"
-    "\n\t          // find x index"
-    "\n\t          var index=0;"
-    "\n\t          for (var i=0;i<this.point.series.chart.series[3].data.length;i++)"
-    "\n\t          {"
-    "\n\t            if (Number(this.point.x)==Number(this.point.series.chart.series[2].data[i].x))"
-    "\n\t            {index=i;}"
-    "\n\t          }"
-    "\n\t          return '<b>'+ this.series.name +'</b><br/>'"
-    "\n\t            + 'x = '+ this.x + ', y= '"
-    "\n\t            + this.point.series.chart.series[3].data[index].y + ' < '"
-    "\n\t            + this.point.series.chart.series[4].data[index].y + ' < '"
-    "\n\t            + this.point.series.chart.series[2].data[index].y"
-    "\n\t           ;"
-    "\n\t         }";
-
 constexpr const char* liftLegend =
     "\n\t    legend: {"
     "\n\t      layout: 'vertical',"
@@ -149,7 +152,7 @@ void writeLiftChart(PageSink& page, const XmlNode& root, const char* kind, const
     frame.titleStyle = "\n\t      style: {margin: '10px 0 0 0'} // center it";
     frame.subtitle = liftSubtitle(root);
     frame.axes = liftAxes(delivered);
-    frame.tooltip = std::string(delivered ? "" : testLiftTooltip) + pointTooltip;
+    frame.tooltip = (delivered ? std::string() : bandTooltip(testLiftBand)) + pointTooltip;
     frame.legend = liftLegend;
     frame.plotOptions = "\n\t      line:{animation  : false}";
     frame.series = delivered ? liftSeries(root, deliveredSeries, lists)

@@ -7,15 +7,12 @@
 #include "html/Escape.h"
 #include "html/NumberFormat.h"
 #include "html/PageText.h"
-#include "xml/XmlNumbers.h"
+#include "report/VariableFigures.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace {
-
-// From this many modalities on, those of at most one line are left out of the chart.
-constexpr int crowdedModalityCount = 200;
 
 struct ModalityPass {
     std::string categories;
@@ -46,11 +43,10 @@ bool isSpaceAt(std::string_view text, size_t i, size_t* length) {
            c == 0x205F || c == 0x3000;
 }
 
-// The category of a modality: its name cut to 100 UTF-16 units and "..." when longer than 103,
-// escaped for the page, trimmed of white space, and made safe inside the script's quotes,
+// The category of a modality: its name cut as the table cuts it, escaped for the page, trimmed of white space, and made safe inside the script's quotes,
 // appended to out.
 void appendCategoryLabel(std::string& out, std::string_view name) {
-    const std::string label = Escape::text(PageText::cutToUnits(name, 103, 100));
+    const std::string label = Escape::text(PageText::cutToUnits(name, ModalityLimits::labelLimit, ModalityLimits::labelKept));
     size_t first = 0;
     size_t last = label.size();
     size_t length = 0;
@@ -76,15 +72,14 @@ std::string targetEntry(double sumTarget) {
     return std::to_string(static_cast<int32_t>(truncated));
 }
 
-void appendShownModality(ModalityPass& pass, const XmlNode& modality, int nOcc,
-                         double sumTarget, double rate, bool binaryTarget) {
+void appendShownModality(ModalityPass& pass, const ModalityFigures& modality, double rate, bool binaryTarget) {
     pass.categories += '\'';
-    appendCategoryLabel(pass.categories, modality.attribute("name"));
+    appendCategoryLabel(pass.categories, modality.name);
     pass.categories += '\'';
-    pass.counts += std::to_string(nOcc);
+    pass.counts += std::to_string(modality.nOcc);
     if (binaryTarget) {
         NumberFormat::appendJsFixed(pass.rates, rate, 2);
-        pass.targets += targetEntry(sumTarget);
+        pass.targets += targetEntry(modality.sumTarget);
     } else {
         NumberFormat::appendJsG(pass.rates, rate, 6);
     }
@@ -97,24 +92,21 @@ void appendSeparator(ModalityPass& pass, const char* separator) {
     pass.targets += separator;
 }
 
-ModalityPass passOverModalities(const XmlNode& variable, bool binaryTarget) {
+ModalityPass passOverModalities(const VariableFigures& figures, bool binaryTarget) {
     ModalityPass pass;
-    pass.modalityCount = variable.childCountNamed("Modality");
+    pass.modalityCount = static_cast<int>(figures.modalities.size());
     int position = 0;
-    int32_t cursor = 0;
-    for (XmlNode modality = variable.childNamed("Modality", &cursor); !modality.isEmpty();
-         modality = variable.childNamed("Modality", &cursor)) {
+    for (const ModalityFigures& modality : figures.modalities) {
         ++position;
-        const int nOcc = parseIntOr(modality.attribute("nOcc"), 0);
-        const double sumTarget = parseDoubleOr(modality.attribute("sumTarget"), 0.0);
+        const int nOcc = modality.nOcc;
         const double scale = binaryTarget ? 100.0 : 1.0;
-        const double rate = nOcc == 0 ? 0.0 : sumTarget * scale / nOcc;
+        const double rate = nOcc == 0 ? 0.0 : modality.sumTarget * scale / nOcc;
         pass.nLines += nOcc;
         pass.weighted += nOcc * rate;
-        if (pass.modalityCount >= crowdedModalityCount && nOcc <= 1)
+        if (pass.modalityCount >= ModalityLimits::chartSinglesCut && nOcc <= 1)
             continue;
         ++pass.shownCount;
-        appendShownModality(pass, modality, nOcc, sumTarget, rate, binaryTarget);
+        appendShownModality(pass, modality, rate, binaryTarget);
         // Positions count Modality elements only: other elements among them must not take
         // a separator away, or adjacent entries would run together.
         if (position < pass.modalityCount)
@@ -239,8 +231,8 @@ std::vector<std::string> modalitySeries(const ModalityPass& pass, bool binaryTar
 
 }  // namespace
 
-void writeModalityChart(PageSink& page, const XmlNode& variable, bool binaryTarget) {
-    const ModalityPass pass = passOverModalities(variable, binaryTarget);
+void writeModalityChart(PageSink& page, const XmlNode& variable, const VariableFigures& figures, bool binaryTarget) {
+    const ModalityPass pass = passOverModalities(figures, binaryTarget);
     ChartFrame frame;
     frame.variable = variable.attribute("idx");
     frame.container = "container" + frame.variable;

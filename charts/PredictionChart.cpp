@@ -17,19 +17,36 @@ struct PredictionSeriesSetting {
 };
 
 constexpr PredictionSeriesSetting deliveredSeries[] = {
-    {{"Final Model Full", "#000000", "scatter"}, "dots"},
-    {{"Perfect", "#0000FF", "line", 0, 2, true, true, false}, "Perfect"},
-    {{"Constant Mean", "#FF0000", "line", 0, 2, true, true, false}, "ConstantMean"},
+    {.series = {.name = "Final Model Full", .color = "#000000", .type = "scatter"}, .curve = "dots"},
+    {.series = {.name = "Perfect", .color = "#0000FF", .enableMouseTracking = false}, .curve = "Perfect"},
+    {.series = {.name = "Constant Mean", .color = "#FF0000", .enableMouseTracking = false}, .curve = "ConstantMean"},
 };
 
 constexpr PredictionSeriesSetting selectedPrunedSeries[] = {
-    {{"", "#000000", "line", 0, 3, true, true, false}, nullptr},
-    {{"Constant", "#008800"}, "Constant"},
-    {{"Prediction Error", "#FF0000"}, "InterceptError"},
-    {{"Absolute Prediction Error", "#0000FF"}, "AbsoluteInterceptError"},
-    {{"Absolute Prediction Error High", "#AAAAFF"}, "AbsoluteInterceptErrorH"},
-    {{"Absolute Prediction Error Low", "#AAAAFF"}, "AbsoluteInterceptErrorL"},
+    {.series = {.name = "", .color = "#000000", .lineWidth = 3, .enableMouseTracking = false}, .curve = nullptr},
+    {.series = {.name = "Constant", .color = "#008800"}, .curve = "Constant"},
+    {.series = {.name = "Prediction Error", .color = "#FF0000"}, .curve = "InterceptError"},
+    {.series = {.name = "Absolute Prediction Error", .color = "#0000FF"}, .curve = "AbsoluteInterceptError"},
+    {.series = {.name = "Absolute Prediction Error High", .color = "#AAAAFF"}, .curve = "AbsoluteInterceptErrorH"},
+    {.series = {.name = "Absolute Prediction Error Low", .color = "#AAAAFF"}, .curve = "AbsoluteInterceptErrorL"},
 };
+
+constexpr int selectedPrunedPosition(std::string_view name) {
+    return seriesIndex(std::span<const PredictionSeriesSetting>(selectedPrunedSeries), name);
+}
+
+// Hovering one of the absolute error curves shows all three at that x.
+constexpr BandSeries absoluteErrorBand = {
+    .low = selectedPrunedPosition("Absolute Prediction Error Low"),
+    .middle = selectedPrunedPosition("Absolute Prediction Error"),
+    .high = selectedPrunedPosition("Absolute Prediction Error High"),
+    .lengths = selectedPrunedPosition("Absolute Prediction Error"),
+    .abscissae = selectedPrunedPosition("Prediction Error"),
+    .comment = "curve with percentage",
+    .yLabel = "'<br/>y = '",
+};
+static_assert(absoluteErrorBand.low >= 0 && absoluteErrorBand.middle >= 0 && absoluteErrorBand.high >= 0 &&
+              absoluteErrorBand.abscissae >= 0);
 
 struct XRange {
     double min;
@@ -156,26 +173,6 @@ constexpr const char* predictionTooltip =
     "\n\t            + 'predicted= '+ this.y"
     "\n\t           ;";
 
-// Hovering one of the absolute error curves shows all three at that x.
-constexpr const char* errorTooltip =
-    "\n\t        if (this.series.index>2 && this.series.index<6)"
-    "\n\t        {"
-    "\n\t          // curve with percentage"
-    "\n\t          // find x index"
-    "\n\t          var index=0;"
-    "\n\t          for (var i=0;i<this.point.series.chart.series[3].data.length;i++)"
-    "\n\t          {"
-    "\n\t            if (Number(this.point.x)==Number(this.point.series.chart.series[2].data[i].x))"
-    "\n\t            {index=i;}"
-    "\n\t          }"
-    "\n\t          return '<b>'+ this.series.name +'</b><br/>'"
-    "\n\t            + 'x = '+ this.x + '<br/>y = '"
-    "\n\t            + this.point.series.chart.series[5].data[index].y + ' < '"
-    "\n\t            + this.point.series.chart.series[3].data[index].y + ' < '"
-    "\n\t            + this.point.series.chart.series[4].data[index].y"
-    "\n\t           ;"
-    "\n\t         }";
-
 }  // namespace
 
 void writePredictionChart(PageSink& page, const XmlNode& curves, const char* kind, const char* title) {
@@ -188,7 +185,7 @@ void writePredictionChart(PageSink& page, const XmlNode& curves, const char* kin
     frame.titleStyle = "\n\t      style: {margin: '10px 0 0 0'}";
     frame.subtitle = predictionSubtitle(delivered, curves);
     frame.axes = predictionAxes(delivered, ranges, range);
-    frame.tooltip = std::string(delivered ? predictionTooltip : errorTooltip) + pointTooltip;
+    frame.tooltip = (delivered ? std::string(predictionTooltip) : bandTooltip(absoluteErrorBand)) + pointTooltip;
     frame.legend = "\n\t    legend: false,";
     frame.plotOptions = "\n\t      scatter:{animation  : false},"
                         "\n\t      line:{animation  : false}";

@@ -2,7 +2,6 @@
 #include "html/Markup.h"
 #include "html/NumberFormat.h"
 #include "html/PageText.h"
-#include "report/ChildWalk.h"
 #include "report/Sections.h"
 #include "xml/XmlNumbers.h"
 
@@ -57,25 +56,22 @@ struct ModalityExtremes {
     double lowest = kLargest;         // zero indices included
     double lowestNonZero = kLargest;  // a zero index never counts
     double highest = -kLargest;
-    XmlNode best;  // the first modality of the highest index; empty when no index beat the start
+    const ModalityFigures* best = nullptr;  // the first of the highest index; null when none beat the start
 };
 
-ModalityExtremes modalityExtremes(const XmlNode& variable) {
+ModalityExtremes modalityExtremes(const VariableFigures& figures) {
     ModalityExtremes extremes;
-    // The modalities' parent is the variable: its counts are read once, not once per modality.
-    const int nLine = parseIntOr(variable.attribute("nLine"), 0);
-    const double sumTargetTotal = parseDoubleOr(variable.attribute("sumTargetTotal"), 0.0);
-    forEachChildNamed(variable, "Modality", [&](const XmlNode& modality) {
-        const double index = modalityIndex(modality, nLine, sumTargetTotal);
+    for (const ModalityFigures& modality : figures.modalities) {
+        const double index = figures.index(modality);
         if (index < extremes.lowest)
             extremes.lowest = index;
         if (index != 0.0 && index < extremes.lowestNonZero)
             extremes.lowestNonZero = index;
         if (index > extremes.highest) {
             extremes.highest = index;
-            extremes.best = modality;
+            extremes.best = &modality;
         }
-    });
+    }
     return extremes;
 }
 
@@ -101,17 +97,17 @@ void writeRankAndNameCells(PageSink& page, int rank, const XmlNode& variable) {
 
 // The closing cells of both tables. No "</tr>" follows: the next "<tr>" or the table's end
 // closes the row.
-void writeModalitySummaryCells(PageSink& page, const XmlNode& variable, bool binaryTarget,
+void writeModalitySummaryCells(PageSink& page, const VariableFigures& figures, bool binaryTarget,
                                const std::string& lowest, const std::string& highest,
                                const std::string& best) {
     page << "\n    <td class=\"blBorderLeft\" >" << lowest << "</td>"
             "\n    <td class=\"thinline\">";
-    writeLineSparkline(page, variable, binaryTarget);
+    writeLineSparkline(page, figures, binaryTarget);
     page << "</td>"
             "\n    <td class=\"greyBorderBottom\" >" << highest << "</td>"
             "\n    <td nowrap=\"nowrap\" class=\"blBorderLeft\">" << best << "</td>"
             "\n    <td class=\"blBorderLeft\">";
-    writeBoxSparkline(page, variable);
+    writeBoxSparkline(page, figures);
     page << "</td>";
 }
 
@@ -133,19 +129,7 @@ void writeValueCells(PageSink& page, const XmlNode& node, const char* attributeN
     }
 }
 
-double modalityIndex(const XmlNode& modality, int nLine, double sumTargetTotal) {
-    if (nLine < 0)
-        nLine = parseIntOr(modality.parent().attribute("nLine"), 0);
-    if (sumTargetTotal < 0.0)
-        sumTargetTotal = parseDoubleOr(modality.parent().attribute("sumTargetTotal"), 0.0);
-    const int32_t nOcc = parseIntOr(modality.attribute("nOcc"), 0);
-    const double sumTarget = parseDoubleOr(modality.attribute("sumTarget"), 0.0);
-    if (nOcc == 0)
-        return 0.0;
-    return (nLine * sumTarget) / (nOcc * sumTargetTotal) * 100.0;
-}
-
-void writeRankingTable(PageSink& page, const XmlNode& report, bool binaryTarget) {
+void writeRankingTable(PageSink& page, const XmlNode& report, bool binaryTarget, VariableFiguresCache& figures) {
     const XmlNode shortList = report.childNamed("ModelVariableShort");
     const XmlNode longList = report.childNamed("ModelVariableLong");
     const int32_t count = shortList.childCount();
@@ -166,18 +150,19 @@ void writeRankingTable(PageSink& page, const XmlNode& report, bool binaryTarget)
         writeValueCells(page, details, "auc", maxAuc, -kLargest);
         writeValueCells(page, variable, "linearCorrelationWithTarget", maxCorrelation, -kLargest);
         writeValueCells(page, variable, "weightNormalized", maxWeight, -kLargest);
-        const ModalityExtremes extremes = modalityExtremes(details);
-        if (!extremes.best.isEmpty())
-            best = Escape::text(extremes.best.attribute("name"));
+        const VariableFigures& detailFigures = figures.of(details);
+        const ModalityExtremes extremes = modalityExtremes(detailFigures);
+        if (extremes.best != nullptr)
+            best = Escape::text(extremes.best->name);
         // The cut counts the escaped text, so an entity may be split.
         best = PageText::cutToUnits(best, 33, 30);
-        writeModalitySummaryCells(page, details, binaryTarget, NumberFormat::fixed(extremes.lowestNonZero, 2),
+        writeModalitySummaryCells(page, detailFigures, binaryTarget, NumberFormat::fixed(extremes.lowestNonZero, 2),
                                   NumberFormat::fixed(extremes.highest, 2), best);
     }
     page << "\n  </table>";
 }
 
-void writeSignaleticTable(PageSink& page, const XmlNode& report, bool binaryTarget) {
+void writeSignaleticTable(PageSink& page, const XmlNode& report, bool binaryTarget, VariableFiguresCache& figures) {
     const XmlNode list = report.childNamed("VariablesIllustrative");
     const int32_t count = list.childCount();
     if (count == 0)
@@ -189,17 +174,18 @@ void writeSignaleticTable(PageSink& page, const XmlNode& report, bool binaryTarg
         const XmlNode variable = list.childAt(i);
         writeRankAndNameCells(page, i + 1, variable);
         writeValueCells(page, variable, "auc", maxAuc, -1.0);
-        const ModalityExtremes extremes = modalityExtremes(variable);
+        const VariableFigures& variableFigures = figures.of(variable);
+        const ModalityExtremes extremes = modalityExtremes(variableFigures);
         // Without a usable modality the row shows what the link showed: the escaped variable
         // name, which the escaping below then applies to once more.
-        std::string best = extremes.best.isEmpty() ? Escape::text(variable.attribute("name"))
-                                                   : std::string(extremes.best.attribute("name"));
+        std::string best = extremes.best == nullptr ? Escape::text(variable.attribute("name"))
+                                                    : std::string(extremes.best->name);
         // Unlike the ranking table, the cut is decided on the text before escaping.
         const size_t length = PageText::units(best);
         best = Escape::text(best);
         if (length > 25)
             best = PageText::firstUnits(best, 23) + "..";
-        writeModalitySummaryCells(page, variable, binaryTarget, NumberFormat::g(extremes.lowest),
+        writeModalitySummaryCells(page, variableFigures, binaryTarget, NumberFormat::g(extremes.lowest),
                                   NumberFormat::g(extremes.highest), best);
     }
     page << "\n  </table>";

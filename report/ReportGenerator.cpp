@@ -33,16 +33,16 @@ ReportGenerator::Outcome ReportGenerator::generate() {
         return Outcome::UnknownPredictionJob;
     writeHead(*binaryTarget);
     writeTargetLine(page, reportRoot);
-    writeRankingTable(page, reportRoot, *binaryTarget);
+    writeRankingTable(page, reportRoot, *binaryTarget, figures);
     writeLiftsSection(page, *binaryTarget);
     if (reportRoot.childNamed("VariablesIllustrative").childCount() > 0)
-        writeSignaleticTable(page, reportRoot, *binaryTarget);
+        writeSignaleticTable(page, reportRoot, *binaryTarget, figures);
     writeGeneralCounts(page, reportRoot, *binaryTarget);
     writeTechnicalParameters(page, reportRoot);
     writePrunedVariables(page, reportRoot);
     writeSuspiciousVariables(page, reportRoot);
     writeIgnoredVariables(page, reportRoot);
-    writeVariableStatistics(page, reportRoot, *binaryTarget);
+    writeVariableStatistics(page, reportRoot, *binaryTarget, figures);
     writeHighestUnivariateQuality(page, reportRoot, *binaryTarget);
     PageFrame::writeEnd(page);
     page.flush();
@@ -54,7 +54,9 @@ void ReportGenerator::writeHead(bool binaryTarget) {
     frame.writeHeadStart(page);
     writeModelCharts(page, chartRoot, binaryTarget);
     forEachChildNamed(reportRoot.childNamed("ModelVariableLong"), "Var",
-                      [&](const XmlNode& variable) { writeModalityChart(page, variable, binaryTarget); });
+                      [&](const XmlNode& variable) {
+                          writeModalityChart(page, variable, figures.of(variable), binaryTarget);
+                      });
     std::string caption = "Analyst report v";
     caption += reportRoot.attribute("version");
     frame.writeHeadEnd(page, caption);

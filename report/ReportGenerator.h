@@ -2,6 +2,7 @@
 // Turns the analysis report document and the chart document into the analyst's page.
 
 #include "html/PageFrame.h"
+#include "report/VariableFigures.h"
 #include "xml/XmlNode.h"
 
 class ReportGenerator {
@@ -27,4 +28,6 @@ private:
     XmlNode chartRoot;
     PageSink& page;
     const PageFrame& frame;
+    // The head's charts, the ranking and the statistics all draw on these.
+    VariableFiguresCache figures;
 };

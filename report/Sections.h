@@ -3,6 +3,7 @@
 // whether the target is binary; in page order after the head's charts.
 
 #include "html/PageSink.h"
+#include "report/VariableFigures.h"
 #include "xml/XmlNode.h"
 
 // The two model charts' scripts, for the page head (LiftsSection.cpp).
@@ -10,10 +11,10 @@ void writeModelCharts(PageSink& page, const XmlNode& chartRoot, bool binaryTarge
 
 void writeTargetLine(PageSink& page, const XmlNode& report);
 // Ranking and signaletic tables (RankingSection.cpp).
-void writeRankingTable(PageSink& page, const XmlNode& report, bool binaryTarget);
+void writeRankingTable(PageSink& page, const XmlNode& report, bool binaryTarget, VariableFiguresCache& figures);
 // The model charts' containers (LiftsSection.cpp).
 void writeLiftsSection(PageSink& page, bool binaryTarget);
-void writeSignaleticTable(PageSink& page, const XmlNode& report, bool binaryTarget);
+void writeSignaleticTable(PageSink& page, const XmlNode& report, bool binaryTarget, VariableFiguresCache& figures);
 // Counts, parameters and variable lists (CountsSection.cpp, ParametersSection.cpp).
 void writeGeneralCounts(PageSink& page, const XmlNode& report, bool binaryTarget);
 void writeTechnicalParameters(PageSink& page, const XmlNode& report);
@@ -21,7 +22,7 @@ void writePrunedVariables(PageSink& page, const XmlNode& report);
 void writeSuspiciousVariables(PageSink& page, const XmlNode& report);
 void writeIgnoredVariables(PageSink& page, const XmlNode& report);
 // Per-variable details and the closing quality list (VariableStatistics.cpp).
-void writeVariableStatistics(PageSink& page, const XmlNode& report, bool binaryTarget);
+void writeVariableStatistics(PageSink& page, const XmlNode& report, bool binaryTarget, VariableFiguresCache& figures);
 void writeHighestUnivariateQuality(PageSink& page, const XmlNode& report, bool binaryTarget);
 
 // Parts of the rows above.
@@ -29,10 +30,5 @@ void writeHighestUnivariateQuality(PageSink& page, const XmlNode& report, bool b
 // maximum (1 when 0); two blank cells when the value is not above threshold.
 void writeValueCells(PageSink& page, const XmlNode& node, const char* attribute, double maximum, double threshold);
 // Sparkline spans of one variable's modalities (Sparklines.cpp).
-void writeLineSparkline(PageSink& page, const XmlNode& variable, bool binaryTarget);
-void writeBoxSparkline(PageSink& page, const XmlNode& variable);
-// One variable's modality table, under its chart's container (VariableStatistics.cpp).
-void writeModalityTable(PageSink& page, const XmlNode& variable, bool binaryTarget);
-// Mean target of a modality relative to its variable's, in percent; 0 when nOcc is 0.
-// A negative nLine or sumTargetTotal is read from the modality's parent element.
-double modalityIndex(const XmlNode& modality, int nLine, double sumTargetTotal);
+void writeLineSparkline(PageSink& page, const VariableFigures& figures, bool binaryTarget);
+void writeBoxSparkline(PageSink& page, const VariableFigures& figures);

@@ -11,33 +11,29 @@
 namespace {
 
 constexpr int32_t kQualityListLength = 100;
-constexpr int32_t kModalityListLimit = 2000;
 // Visible width of the name column; the number columns start after it.
 constexpr size_t kNameWidth = 52;
-// Longer names are cut to kNameKept characters and "...".
-constexpr size_t kNameLimit = 103;
-constexpr size_t kNameKept = 100;
 
 // Composes the rows of one modality table. The buffers live as long as the table, so a table
 // of many thousands of rows allocates only while its longest row grows them.
 class ModalityRowComposer {
 public:
-    ModalityRowComposer(bool binaryTarget, int nLine, double sumTargetTotal)
-        : binaryTarget_(binaryTarget), nLine_(nLine), sumTargetTotal_(sumTargetTotal) {}
+    ModalityRowComposer(bool binaryTarget, const VariableFigures& figures)
+        : binaryTarget_(binaryTarget), figures_(figures) {}
 
     // Writes the whole row: span start, name column, number columns, span end.
-    void write(PageSink& page, const XmlNode& modality, const char* styleClass) {
+    void write(PageSink& page, const ModalityFigures& modality, const char* styleClass) {
         numbers_.clear();
         appendNumbers(modality);
-        const std::string_view name = modality.attribute("name");
+        const std::string_view name = modality.name;
         // Widths count UTF-16 units, as the reader's columns did.
         const size_t nameUnits = PageText::units(name);
         row_.clear();
         row_ += "<span class=\"";
         row_ += styleClass;
         row_ += "\">\n   ";
-        const size_t shown = nameUnits > kNameLimit ? kNameKept + 3 : nameUnits;
-        Escape::appendText(row_, PageText::cutToUnits(name, kNameLimit, kNameKept));
+        const size_t shown = nameUnits > ModalityLimits::labelLimit ? ModalityLimits::labelKept + 3 : nameUnits;
+        Escape::appendText(row_, PageText::cutToUnits(name, ModalityLimits::labelLimit, ModalityLimits::labelKept));
         // Entities widen the text but not what the reader sees: pad by the unescaped length.
         if (shown < kNameWidth)
             row_.append(kNameWidth - shown, ' ');
@@ -52,15 +48,15 @@ public:
     }
 
 private:
-    void appendNumbers(const XmlNode& modality) {
-        const int32_t nOcc = parseIntOr(modality.attribute("nOcc"), 0);
-        const double sumTarget = parseDoubleOr(modality.attribute("sumTarget"), 0.0);
-        const double index = modalityIndex(modality, nLine_, sumTargetTotal_);
+    void appendNumbers(const ModalityFigures& modality) {
+        const int32_t nOcc = modality.nOcc;
+        const double sumTarget = modality.sumTarget;
+        const double index = figures_.index(modality);
         const bool empty = nOcc == 0;
         numbers_ += ' ';
         NumberFormat::appendInteger(numbers_, nOcc, 10);
         numbers_ += ' ';
-        NumberFormat::appendFixed(numbers_, empty ? 0.0 : nOcc * 100.0 / nLine_, 1, 10);
+        NumberFormat::appendFixed(numbers_, empty ? 0.0 : nOcc * 100.0 / figures_.nLine, 1, 10);
         if (binaryTarget_) {
             numbers_ += ' ';
             NumberFormat::appendFixed(numbers_, sumTarget, 0, 10);
@@ -75,8 +71,7 @@ private:
     }
 
     const bool binaryTarget_;
-    const int nLine_;
-    const double sumTargetTotal_;
+    const VariableFigures& figures_;
     std::string row_;
     std::string numbers_;
 };
@@ -106,40 +101,39 @@ void writeQualityLine(PageSink& page, const XmlNode& variable, double scale) {
     page << "</div>\n";
 }
 
-}  // namespace
-
-void writeModalityTable(PageSink& page, const XmlNode& variable, bool binaryTarget) {
-    const int32_t count = variable.childCountNamed("Modality");
+void writeModalityTable(PageSink& page, const XmlNode& variable, const VariableFigures& figures, bool binaryTarget) {
+    const auto count = static_cast<int32_t>(figures.modalities.size());
     page << "\n    <center>";
     Markup::chartContainer(page, variable.attribute("idx"), count);
     page << "</center>"
             "\n<pre>";
     // Very long tables leave out the modalities of a single line to bound the page's size.
-    const bool dropSingles = count > kModalityListLimit;
+    const bool dropSingles = count > ModalityLimits::tableSinglesCut;
     if (dropSingles)
         page << "\n    => The number of modalities is above 2000."
                 "\n    => only modalities that occurs more than once will be displayed.";
     writeModalityTableHeader(page, variable, binaryTarget);
-    ModalityRowComposer composer(binaryTarget, parseIntOr(variable.attribute("nLine"), 0),
-                                 parseDoubleOr(variable.attribute("sumTargetTotal"), 0.0));
+    ModalityRowComposer composer(binaryTarget, figures);
     bool evenLine = true;
-    forEachChildNamed(variable, "Modality", [&](const XmlNode& modality) {
-        if (dropSingles && parseIntOr(modality.attribute("nOcc"), 0) <= 1)
-            return;
+    for (const ModalityFigures& modality : figures.modalities) {
+        if (dropSingles && modality.nOcc <= 1)
+            continue;
         composer.write(page, modality, evenLine ? "OrbStyle_tableEvenLine" : "OrbStyle_tableOddLine");
         evenLine = !evenLine;
-    });
+    }
     page << "\n</pre>";
 }
 
-void writeVariableStatistics(PageSink& page, const XmlNode& report, bool binaryTarget) {
+}  // namespace
+
+void writeVariableStatistics(PageSink& page, const XmlNode& report, bool binaryTarget, VariableFiguresCache& figures) {
     Markup::h2(page, "Statistics for Variables in Model");
     forEachChildNamed(report.childNamed("ModelVariableLong"), "Var", [&](const XmlNode& variable) {
         // The name is the annotation of a labelled heading, and the heading itself otherwise.
         const std::string_view name = variable.attribute("name");
         const std::string_view label = variable.attribute("label");
         Markup::h3(page, label.empty() ? name : label, variable.attribute("idx"), label.empty() ? "" : name);
-        writeModalityTable(page, variable, binaryTarget);
+        writeModalityTable(page, variable, figures.of(variable), binaryTarget);
     });
 }
 

@@ -21,6 +21,22 @@ constexpr unsigned char littleEndianMark[] = {0xFF, 0xFE};
 constexpr unsigned char bigEndianMark[] = {0xFE, 0xFF};
 constexpr unsigned char utf8Mark[] = {0xEF, 0xBB, 0xBF};
 
+// How many bytes from the start are ASCII, read eight at a time: the common document is ASCII all
+// through, and then this is the whole check.
+size_t asciiPrefix(const unsigned char* bytes, size_t count) {
+    constexpr uint64_t highBits = 0x8080808080808080u;
+    size_t i = 0;
+    for (; i + 8 <= count; i += 8) {
+        uint64_t word;
+        std::memcpy(&word, bytes + i, 8);
+        if ((word & highBits) != 0)
+            break;
+    }
+    while (i < count && bytes[i] < 0x80)
+        ++i;
+    return i;
+}
+
 size_t lengthToZero(const unsigned char* bytes, size_t count) {
     const void* zero = std::memchr(bytes, 0, count);
     return zero != nullptr ? static_cast<size_t>(static_cast<const unsigned char*>(zero) - bytes) : count;
@@ -142,9 +158,7 @@ size_t utf16Length(const char* text, size_t count) noexcept {
 
 std::unique_ptr<char[]> windows1252ToUtf8(const unsigned char* bytes, size_t count, size_t* length) {
     const size_t byteLength = lengthToZero(bytes, count);
-    size_t ascii = 0;
-    while (ascii < byteLength && bytes[ascii] < 0x80)
-        ++ascii;
+    const size_t ascii = asciiPrefix(bytes, byteLength);
     *length = byteLength;
     if (ascii == byteLength)
         return nullptr;
@@ -165,8 +179,11 @@ std::unique_ptr<char[]> repairUtf8(const unsigned char* bytes, size_t count, siz
     const unsigned char* p = bytes;
     bool valid = true;
     while (p != end && valid) {
+        p += asciiPrefix(p, static_cast<size_t>(end - p));
+        if (p == end)
+            break;
         const unsigned char* start = p;
-        p = *p < 0x80 ? p + 1 : checkSequence(p, end, &valid);
+        p = checkSequence(p, end, &valid);
         if (!valid)
             p = start;
     }

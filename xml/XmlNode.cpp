@@ -2,110 +2,62 @@
 
 #include "xml/XmlRecord.h"
 
-#include <cstdlib>
+#include <algorithm>
 #include <cstring>
 #include <new>
 
 namespace {
 
-constexpr int32_t kItemBlock = 50;
-constexpr int32_t kOrderBlock = 3 * kItemBlock;
-constexpr size_t kStoreChunk = 64 * 1024;
+// Arena blocks grow from small (a short document) to large (a huge one), so that neither pays
+// for the other; room never touched in a large block costs no memory.
+constexpr size_t kFirstBlock = 64 * 1024;
+constexpr size_t kLastBlock = 8 * 1024 * 1024;
 
-// Allocates (memory null) or resizes; never answers null.
-void* reallocateBytes(void* memory, size_t bytes) {
-    void* grown = std::realloc(memory, bytes == 0 ? 1 : bytes);
-    if (grown == nullptr)
-        throw std::bad_alloc();
-    return grown;
+// Documents of millions of small elements are mostly records: these stay smaller than a node of
+// the common DOM libraries, attributes and child entries apart.
+static_assert(sizeof(XmlNodeData) <= 40);
+
+constexpr size_t roundUp8(size_t bytes) {
+    return (bytes + 7) & ~size_t{7};
 }
 
-// An emptied array may still be allocated (the order list after its last clear section went),
-// so the first entry reallocates rather than allocates.
+// A record lives while a handle holds it or one of its ancestors: a parent reached only through
+// records that nothing holds any more is gone, as if freed, and answers as the empty node.
+bool held(const XmlNodeData* d) noexcept {
+    for (; d != nullptr; d = d->parent)
+        if (d->refCount > 0)
+            return true;
+    return false;
+}
+
 template <typename T>
-void growForAppend(T*& array, int32_t count, int32_t block) {
-    if (count == 0 || (count + 1) % block == 0)
-        array = static_cast<T*>(reallocateBytes(array, sizeof(T) * static_cast<size_t>(count + block + (count == 0 ? 0 : 1))));
-}
-
-template <typename T>
-void shrinkToCount(T*& array, int32_t count) {
-    if (array != nullptr && count > 0)
-        array = static_cast<T*>(reallocateBytes(array, sizeof(T) * static_cast<size_t>(count)));
-}
-
-void appendOrder(XmlNodeData* d, int32_t index, XmlItemKind kind) {
-    growForAppend(d->order, d->orderCount, kOrderBlock);
-    d->order[d->orderCount++] = (index << 2) | kind;
-}
-
-// One allocation for the record and its attribute array; the strings stay in the document.
-XmlNodeData* allocateRecord(XmlStore* store, const XmlAttribute* attributes, int32_t count) {
-    const size_t arrayBytes = sizeof(XmlAttribute) * static_cast<size_t>(count);
-    void* memory = reallocateBytes(nullptr, sizeof(XmlNodeData) + arrayBytes);
-    auto* d = new (memory) XmlNodeData;
-    d->store = store;
-    ++store->refCount;
-    if (count > 0) {
-        auto* array = reinterpret_cast<XmlAttribute*>(d + 1);
-        for (int32_t i = 0; i < count; ++i)
-            new (array + i) XmlAttribute(attributes[i]);
-        d->attributes = array;
-        d->attributeCount = count;
-    }
-    return d;
-}
-
-void freeRecord(XmlNodeData* d) noexcept {
-    std::free(d->children);
-    std::free(d->texts);
-    std::free(d->clears);
-    std::free(d->order);
-    XmlStore* store = d->store;
-    d->~XmlNodeData();
-    std::free(d);
-    if (--store->refCount == 0)
-        delete store;
-}
-
-// Destroys a record whose count reached 0, and every descendant that only its parent held.
-// Iterative, with the dying records chained through their parent field, so that no document
-// depth can exhaust the stack here.
-void destroyRecord(XmlNodeData* root) noexcept {
-    root->parent = nullptr;
-    XmlNodeData* pending = root;
-    while (pending != nullptr) {
-        XmlNodeData* d = pending;
-        pending = d->parent;
-        for (int32_t i = 0; i < d->childCount; ++i) {
-            XmlNodeData* child = d->children[i];
-            child->parent = nullptr;
-            if (--child->refCount == 0) {
-                child->parent = pending;
-                pending = child;
-            }
-        }
-        freeRecord(d);
-    }
+T* copyToStore(XmlStore& store, const std::vector<T>& from, size_t start) {
+    const size_t count = from.size() - start;
+    if (count == 0)
+        return nullptr;
+    T* to = store.allocateArray<T>(count);
+    std::memcpy(static_cast<void*>(to), from.data() + start, sizeof(T) * count);
+    return to;
 }
 
 }  // namespace
 
 char* XmlStore::allocate(size_t length) {
-    // Made strings are rare and short: a chunk serves many, a long one gets its own.
-    if (made.empty() || length > chunkLeft) {
-        const size_t size = length > kStoreChunk / 4 ? length : kStoreChunk;
-        made.push_back(std::make_unique_for_overwrite<char[]>(size));
-        if (size == kStoreChunk) {
-            chunkNext = made.back().get();
-            chunkLeft = kStoreChunk;
-        } else {
-            return made.back().get();
+    length = roundUp8(length);
+    if (length > left) {
+        const size_t size = std::min(kLastBlock, kFirstBlock << std::min<size_t>(blocks.size(), 7));
+        // A long string or array gets a block of its own; the current block stays in use.
+        if (length > size / 4) {
+            blocks.push_back(std::make_unique_for_overwrite<char[]>(length));
+            return blocks.back().get();
         }
+        blocks.push_back(std::make_unique_for_overwrite<char[]>(size));
+        next = blocks.back().get();
+        left = size;
     }
-    char* out = chunkNext;
-    chunkNext += length;
-    chunkLeft -= length;
+    char* out = next;
+    next += length;
+    left -= length;
     return out;
 }
 
@@ -121,25 +73,30 @@ bool xmlNamesEqual(std::string_view a, std::string_view b) noexcept {
 
 // ---- handle ----
 
-XmlNode::XmlNode(XmlNodeData* data) noexcept : data_(data) {
-    if (data_ != nullptr)
+XmlNode::XmlNode(XmlNodeData* data, XmlStore* store) noexcept : data_(data), store_(data != nullptr ? store : nullptr) {
+    if (data_ != nullptr) {
         ++data_->refCount;
+        ++store_->handles;
+    }
 }
 
-XmlNode::XmlNode(const XmlNode& other) noexcept : XmlNode(other.data_) {}
+XmlNode::XmlNode(const XmlNode& other) noexcept : XmlNode(other.data_, other.store_) {}
 
-XmlNode::XmlNode(XmlNode&& other) noexcept : data_(other.data_) {
+XmlNode::XmlNode(XmlNode&& other) noexcept : data_(other.data_), store_(other.store_) {
     other.data_ = nullptr;
+    other.store_ = nullptr;
 }
 
 XmlNode& XmlNode::operator=(const XmlNode& other) noexcept {
     if (this != &other) {
-        // Take the new reference first: releasing the old record may free the only holder of
-        // the new one's ancestors, never the new one itself once it is counted.
-        if (other.data_ != nullptr)
+        // Take the new reference first: releasing the old one may end the store both share.
+        if (other.data_ != nullptr) {
             ++other.data_->refCount;
+            ++other.store_->handles;
+        }
         release();
         data_ = other.data_;
+        store_ = other.store_;
     }
     return *this;
 }
@@ -148,7 +105,9 @@ XmlNode& XmlNode::operator=(XmlNode&& other) noexcept {
     if (this != &other) {
         release();
         data_ = other.data_;
+        store_ = other.store_;
         other.data_ = nullptr;
+        other.store_ = nullptr;
     }
     return *this;
 }
@@ -158,24 +117,23 @@ XmlNode::~XmlNode() {
 }
 
 void XmlNode::release() noexcept {
-    if (data_ != nullptr && --data_->refCount == 0)
-        destroyRecord(data_);
+    if (data_ != nullptr) {
+        --data_->refCount;
+        if (--store_->handles == 0)
+            delete store_;
+    }
     data_ = nullptr;
+    store_ = nullptr;
 }
 
 XmlNode XmlNode::emptyNode() noexcept {
-    static const XmlNode empty;
-    return empty;
+    return XmlNode();
 }
 
 // ---- queries ----
 
 std::string_view XmlNode::name() const noexcept {
-    return data_ != nullptr ? data_->name : std::string_view();
-}
-
-bool XmlNode::isDeclaration() const noexcept {
-    return data_ != nullptr && data_->isDeclaration;
+    return data_ != nullptr ? data_->nameView() : std::string_view();
 }
 
 int32_t XmlNode::childCount() const noexcept {
@@ -187,45 +145,33 @@ int32_t XmlNode::childCountNamed(std::string_view childName) const noexcept {
         return 0;
     int32_t count = 0;
     for (int32_t i = 0; i < data_->childCount; ++i)
-        count += xmlNamesEqual(data_->children[i]->name, childName) ? 1 : 0;
+        count += xmlNamesEqual(data_->children()[i]->nameView(), childName) ? 1 : 0;
     return count;
 }
 
 XmlNode XmlNode::childAt(int32_t index) const noexcept {
     if (data_ == nullptr || index < 0 || index >= data_->childCount)
-        return emptyNode();
-    return XmlNode(data_->children[index]);
+        return XmlNode();
+    return XmlNode(data_->children()[index], store_);
 }
 
 XmlNode XmlNode::childNamed(std::string_view childName, int32_t* cursor) const noexcept {
     if (data_ == nullptr)
-        return emptyNode();
+        return XmlNode();
     for (int32_t i = cursor != nullptr && *cursor > 0 ? *cursor : 0; i < data_->childCount; ++i) {
-        if (xmlNamesEqual(data_->children[i]->name, childName)) {
+        if (xmlNamesEqual(data_->children()[i]->nameView(), childName)) {
             if (cursor != nullptr)
                 *cursor = i + 1;
-            return XmlNode(data_->children[i]);
+            return XmlNode(data_->children()[i], store_);
         }
     }
-    return emptyNode();
-}
-
-XmlNode XmlNode::childNamedNth(std::string_view childName, int32_t n) const noexcept {
-    if (data_ == nullptr)
-        return emptyNode();
-    XmlNodeData* last = nullptr;
-    for (int32_t i = 0; i < data_->childCount; ++i) {
-        if (!xmlNamesEqual(data_->children[i]->name, childName))
-            continue;
-        if (n >= 0 && n-- == 0)
-            return XmlNode(data_->children[i]);
-        last = data_->children[i];
-    }
-    return n < 0 ? XmlNode(last) : emptyNode();
+    return XmlNode();
 }
 
 XmlNode XmlNode::parent() const noexcept {
-    return data_ != nullptr ? XmlNode(data_->parent) : emptyNode();
+    if (data_ == nullptr || !held(data_->parent))
+        return XmlNode();
+    return XmlNode(data_->parent, store_);
 }
 
 int32_t XmlNode::attributeCount() const noexcept {
@@ -235,119 +181,156 @@ int32_t XmlNode::attributeCount() const noexcept {
 std::string_view XmlNode::attributeNameAt(int32_t index) const noexcept {
     if (data_ == nullptr || index < 0 || index >= data_->attributeCount)
         return {};
-    return data_->attributes[index].name;
+    return data_->attributes()[index].name;
 }
 
 std::string_view XmlNode::attributeValueAt(int32_t index) const noexcept {
     if (data_ == nullptr || index < 0 || index >= data_->attributeCount)
         return {};
-    return data_->attributes[index].value;
+    return data_->attributes()[index].value;
 }
 
 std::string_view XmlNode::attribute(std::string_view attributeName, int32_t* cursor) const noexcept {
     if (data_ == nullptr)
         return {};
     for (int32_t i = cursor != nullptr && *cursor > 0 ? *cursor : 0; i < data_->attributeCount; ++i) {
-        if (xmlNamesEqual(data_->attributes[i].name, attributeName)) {
+        if (xmlNamesEqual(data_->attributes()[i].name, attributeName)) {
             if (cursor != nullptr)
                 *cursor = i + 1;
-            return data_->attributes[i].value;
+            return data_->attributes()[i].value;
         }
     }
     return {};
 }
 
-int32_t XmlNode::textCount() const noexcept {
-    return data_ != nullptr ? data_->textCount : 0;
-}
-
 std::string_view XmlNode::textAt(int32_t index) const noexcept {
-    if (data_ == nullptr || index < 0 || index >= data_->textCount)
+    if (index < 0 || index >= XmlTree::textCount(data_))
         return {};
-    return data_->texts[index];
+    return data_->content()->texts[index];
 }
 
-int32_t XmlNode::clearCount() const noexcept {
-    return data_ != nullptr ? data_->clearCount : 0;
+// ---- inspection ----
+
+int32_t XmlTree::textCount(const XmlNodeData* d) noexcept {
+    return d != nullptr && d->content() != nullptr ? d->content()->textCount : 0;
 }
 
-const XmlClearSection* XmlNode::clearAt(int32_t index) const noexcept {
-    if (data_ == nullptr || index < 0 || index >= data_->clearCount)
+int32_t XmlTree::clearCount(const XmlNodeData* d) noexcept {
+    return d != nullptr && d->content() != nullptr ? d->content()->clearCount : 0;
+}
+
+const XmlClearSection* XmlTree::clearAt(const XmlNodeData* d, int32_t index) noexcept {
+    if (index < 0 || index >= clearCount(d))
         return nullptr;
-    return &data_->clears[index];
+    return &d->content()->clears[index];
 }
 
-int32_t XmlNode::orderCount() const noexcept {
-    return data_ != nullptr ? data_->orderCount : 0;
+int32_t XmlTree::orderCount(const XmlNodeData* d) noexcept {
+    if (d == nullptr)
+        return 0;
+    return d->content() != nullptr ? d->content()->orderCount : d->childCount;
 }
 
-int32_t XmlNode::orderAt(int32_t index) const noexcept {
-    if (data_ == nullptr || index < 0 || index >= data_->orderCount)
+int32_t XmlTree::orderAt(const XmlNodeData* d, int32_t index) noexcept {
+    if (index < 0 || index >= orderCount(d))
         return -1;
-    return data_->order[index];
+    // An element without texts or raw sections keeps no order list: its children are all of it.
+    return d->content() != nullptr ? d->content()->order[index] : orderEntry(index, XmlChildItem);
 }
 
 // ---- building operations ----
 
 XmlNode XmlTree::createDocument(std::unique_ptr<XmlStore> store) {
-    return XmlNode(allocateRecord(store.release(), nullptr, 0));
+    auto* d = new (store->allocateArray<XmlNodeData>(1)) XmlNodeData;
+    return XmlNode(d, store.release());
 }
 
-XmlNodeData* XmlTree::addChild(XmlNodeData* parent, std::string_view name, bool isDeclaration,
-                          const XmlAttribute* attributes, int32_t count) {
-    XmlNodeData* d = allocateRecord(parent->store, attributes, count);
-    d->name = name;
+XmlNodeData* XmlTree::addChild(XmlStore& store, XmlBuilder& builder, XmlNodeData* parent, std::string_view name,
+                               bool isDeclaration, const XmlAttribute* attributes, int32_t count) {
+    const size_t attributeBytes = sizeof(XmlAttribute) * static_cast<size_t>(count);
+    auto* d = new (store.allocate(sizeof(XmlNodeData) + attributeBytes)) XmlNodeData;
+    d->name = name.data();
+    d->nameLength = static_cast<uint32_t>(name.size());
+    d->isDeclaration = isDeclaration ? 1 : 0;
     d->parent = parent;
-    d->isDeclaration = isDeclaration;
-    growForAppend(parent->children, parent->childCount, kItemBlock);
-    ++d->refCount;
-    parent->children[parent->childCount] = d;
-    appendOrder(parent, parent->childCount++, XmlChildItem);
+    d->attributeCount = count;
+    if (count > 0)
+        std::memcpy(static_cast<void*>(d + 1), attributes, attributeBytes);
+    builder.children.push_back(d);
     return d;
 }
 
-void XmlTree::addText(XmlNodeData* d, std::string_view text) {
-    growForAppend(d->texts, d->textCount, kItemBlock);
-    d->texts[d->textCount] = text;
-    appendOrder(d, d->textCount++, XmlTextItem);
+void XmlTree::addText(XmlBuilder& builder, std::string_view text) {
+    const auto index = static_cast<int32_t>(builder.texts.size() - builder.open.texts);
+    builder.items.push_back({orderEntry(index, XmlTextItem), builder.openChildren()});
+    builder.texts.push_back(text);
 }
 
-void XmlTree::appendToText(XmlNodeData* d, int32_t index, std::string_view text) {
-    std::string_view& target = d->texts[index];
-    char* joined = d->store->allocate(target.size() + text.size());
+bool XmlTree::joinAcrossComment(XmlStore& store, XmlBuilder& builder, std::string_view text, const char* commentTag) {
+    // The open element's last items are the builder's last: the elements inside it are complete
+    // and gone from the builder. A child between the text and the comment, or after them, keeps
+    // them apart.
+    if (builder.items.size() < builder.open.items + 2)
+        return false;
+    const XmlBuilder::Item last = builder.items.back();
+    const XmlBuilder::Item previous = builder.items[builder.items.size() - 2];
+    if ((previous.entry & kItemKindMask) != XmlTextItem || (last.entry & kItemKindMask) != XmlClearItem ||
+        builder.clears.back().openTag != commentTag || previous.childrenBefore != builder.openChildren())
+        return false;
+    builder.clears.pop_back();
+    builder.items.pop_back();
+    std::string_view& target = builder.texts.back();
+    char* joined = store.allocate(target.size() + text.size());
     std::memcpy(joined, target.data(), target.size());
     std::memcpy(joined + target.size(), text.data(), text.size());
     target = std::string_view(joined, target.size() + text.size());
+    return true;
 }
 
-void XmlTree::addClearSection(XmlNodeData* d, std::string_view value, const char* openTag, const char* closeTag) {
-    growForAppend(d->clears, d->clearCount, kItemBlock);
-    d->clears[d->clearCount] = XmlClearSection{value, openTag, closeTag};
-    appendOrder(d, d->clearCount++, XmlClearItem);
+void XmlTree::addClearSection(XmlBuilder& builder, std::string_view value, const char* openTag, const char* closeTag) {
+    const auto index = static_cast<int32_t>(builder.clears.size() - builder.open.clears);
+    builder.items.push_back({orderEntry(index, XmlClearItem), builder.openChildren()});
+    builder.clears.push_back(XmlClearSection{value, openTag, closeTag});
 }
 
-void XmlTree::deleteClearSection(XmlNodeData* d, int32_t index) {
-    std::memmove(d->clears + index, d->clears + index + 1,
-                 sizeof(XmlClearSection) * static_cast<size_t>(d->clearCount - index - 1));
-    if (--d->clearCount == 0) {
-        std::free(d->clears);
-        d->clears = nullptr;
+namespace {
+
+// The order list of an element with texts or raw sections: its children placed between them.
+int32_t* mergeOrder(XmlStore& store, const XmlBuilder& builder, int32_t childCount) {
+    const size_t itemCount = builder.items.size() - builder.open.items;
+    int32_t* order = store.allocateArray<int32_t>(static_cast<size_t>(childCount) + itemCount);
+    int32_t written = 0;
+    int32_t child = 0;
+    for (size_t i = builder.open.items; i < builder.items.size(); ++i) {
+        for (; child < builder.items[i].childrenBefore; ++child)
+            order[written++] = orderEntry(child, XmlChildItem);
+        order[written++] = builder.items[i].entry;
     }
-    const int32_t removed = (index << 2) | XmlClearItem;
-    int32_t kept = 0;
-    for (int32_t i = 0; i < d->orderCount; ++i) {
-        const int32_t entry = d->order[i];
-        if (entry == removed)
-            continue;
-        const bool laterClear = (entry & 3) == XmlClearItem && (entry >> 2) > index;
-        d->order[kept++] = laterClear ? entry - 4 : entry;
-    }
-    d->orderCount = kept;
+    for (; child < childCount; ++child)
+        order[written++] = orderEntry(child, XmlChildItem);
+    return order;
 }
 
-void XmlTree::trim(XmlNodeData* d) {
-    shrinkToCount(d->children, d->childCount);
-    shrinkToCount(d->texts, d->textCount);
-    shrinkToCount(d->clears, d->clearCount);
-    shrinkToCount(d->order, d->orderCount);
+}  // namespace
+
+void XmlTree::complete(XmlStore& store, XmlBuilder& builder, XmlNodeData* node) {
+    const XmlBuilder::Mark& open = builder.open;
+    XmlNodeData** children = copyToStore(store, builder.children, open.children);
+    node->childCount = builder.openChildren();
+    node->items = reinterpret_cast<uintptr_t>(children);
+    if (builder.items.size() > open.items) {
+        auto* content = new (store.allocateArray<XmlContent>(1)) XmlContent;
+        content->children = children;
+        content->texts = copyToStore(store, builder.texts, open.texts);
+        content->clears = copyToStore(store, builder.clears, open.clears);
+        content->order = mergeOrder(store, builder, node->childCount);
+        content->textCount = static_cast<int32_t>(builder.texts.size() - open.texts);
+        content->clearCount = static_cast<int32_t>(builder.clears.size() - open.clears);
+        content->orderCount = node->childCount + static_cast<int32_t>(builder.items.size() - open.items);
+        node->items = reinterpret_cast<uintptr_t>(content) | 1;
+    }
+    builder.children.resize(open.children);
+    builder.texts.resize(open.texts);
+    builder.clears.resize(open.clears);
+    builder.items.resize(open.items);
 }

@@ -38,20 +38,12 @@ struct XmlParseResult {
     int32_t column = 0;
 };
 
-// Kind codes of the order list.
-enum XmlItemKind : int32_t { XmlChildItem = 0, XmlTextItem = 2, XmlClearItem = 3 };
-
-// A raw section (CDATA, comment, DOCTYPE, PRE). The tags point into the scanner's marker table.
-struct XmlClearSection {
-    std::string_view value;  // never empty
-    const char* openTag;     // marker string of the clear-tag table, compared by identity
-    const char* closeTag;    // the table's closing marker, or the static "]>"
-};
-
 struct XmlNodeData;
+struct XmlStore;
 
 // Handle to one element. The default handle is the empty node: every query on it answers
-// empty, null or 0, so look-ups can be chained without checks.
+// empty, null or 0, so look-ups can be chained without checks. A handle keeps its element, the
+// element's subtree and the whole document's memory alive.
 class XmlNode {
 public:
     XmlNode() noexcept = default;
@@ -70,8 +62,6 @@ public:
     const void* identity() const noexcept { return data_; }
     // Element name as written; null on the empty node and on the unnamed document node.
     std::string_view name() const noexcept;
-    // True for an element opened with "<?"; false on the empty node.
-    bool isDeclaration() const noexcept;
 
     // Number of child elements; 0 on the empty node.
     int32_t childCount() const noexcept;
@@ -82,8 +72,6 @@ public:
     // First matching child at or after *cursor (0 without cursor); on success *cursor becomes
     // its position + 1. The empty node, cursor unchanged, when none matches.
     XmlNode childNamed(std::string_view name, int32_t* cursor = nullptr) const noexcept;
-    // n >= 0: the matching child with n matches before it; n < 0: the last match. Empty when none.
-    XmlNode childNamedNth(std::string_view name, int32_t n) const noexcept;
     // The parent element; the empty node for a root, a detached node or the empty node.
     XmlNode parent() const noexcept;
 
@@ -97,18 +85,8 @@ public:
     // position + 1. Null (cursor unchanged) when none matches, null too for a valueless match.
     std::string_view attribute(std::string_view name, int32_t* cursor = nullptr) const noexcept;
 
-    // Number of text segments; 0 on the empty node.
-    int32_t textCount() const noexcept;
     // Text segment number index; null when out of range.
     std::string_view textAt(int32_t index) const noexcept;
-    // Number of raw sections; 0 on the empty node.
-    int32_t clearCount() const noexcept;
-    // Raw section number index; null when out of range.
-    const XmlClearSection* clearAt(int32_t index) const noexcept;
-    // Number of order entries (children, texts and clears); 0 on the empty node.
-    int32_t orderCount() const noexcept;
-    // Order entry number index ((index << 2) | kind); -1 when out of range.
-    int32_t orderAt(int32_t index) const noexcept;
 
     // Parses UTF-8 text (malformed sequences read as U+FFFD); a null view gives NullInput. The
     // empty node on fatal errors. requiredTag empty: the document's element, whatever its name.
@@ -118,10 +96,11 @@ public:
 
 private:
     friend class XmlTree;
-    explicit XmlNode(XmlNodeData* data) noexcept;  // takes one new reference
+    XmlNode(XmlNodeData* data, XmlStore* store) noexcept;  // takes one new reference
     void release() noexcept;
 
     XmlNodeData* data_ = nullptr;
+    XmlStore* store_ = nullptr;  // the document's memory; null on the empty node
 };
 
 // Case-insensitive whole-name comparison: ASCII A-Z match a-z, every other byte must be equal.

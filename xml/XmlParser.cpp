@@ -56,17 +56,23 @@ bool XmlParser::parseContent(XmlNodeData* node, XmlParseContext& context) {
             return true;
         XmlNodeData* child = nullptr;
         const TagOutcome outcome = parseStartTag(node, child, context, step == ContentStep::DeclarationStart);
-        if (outcome == TagOutcome::Stop)
+        if (child == nullptr)
             return false;
-        if (outcome == TagOutcome::EndOfInput)
-            return endOfInput(child, context);
-        if (outcome == TagOutcome::Content) {
+        const XmlBuilder::Mark enclosing = context.builder.open;
+        context.builder.open = context.builder.mark();
+        bool goOn = outcome == TagOutcome::Closed;
+        if (outcome == TagOutcome::EndOfInput) {
+            goOn = endOfInput(child, context);
+        } else if (outcome == TagOutcome::Content) {
             ++context.depth;
-            const bool goOn = parseContent(child, context);
+            goOn = parseContent(child, context);
             --context.depth;
-            if (!goOn)
-                return false;
         }
+        // However the child ended, it is complete: a stopped parse may still hand out its tree.
+        XmlTree::complete(*context.store, context.builder, child);
+        context.builder.open = enclosing;
+        if (!goOn)
+            return false;
         if (context.endTagLength != 0)
             return closeByPendingEndTag(node, context);
     }
@@ -82,15 +88,15 @@ XmlParser::ContentStep XmlParser::readContent(XmlNodeData* node, XmlParseContext
             return ContentStep::Stop;
         case XmlTokenKind::TagStart:
         case XmlTokenKind::DeclarationStart:
-            if (!flushText(node, context, token.start))
+            if (!flushText(context, token.start))
                 return ContentStep::Stop;
             return token.kind == XmlTokenKind::TagStart ? ContentStep::TagStart : ContentStep::DeclarationStart;
         case XmlTokenKind::EndTagStart:
-            return flushText(node, context, token.start) && parseEndTag(node, context) ? ContentStep::Closed
+            return flushText(context, token.start) && parseEndTag(node, context) ? ContentStep::Closed
                                                                                         : ContentStep::Stop;
         case XmlTokenKind::ClearStart:
-            if (!flushText(node, context, token.start) ||
-                !XmlScanner::scanClearSection(node, context, *token.clearTag))
+            if (!flushText(context, token.start) ||
+                !XmlScanner::scanClearSection(context, *token.clearTag))
                 return ContentStep::Stop;
             context.textStart = context.cursor;
             break;
@@ -117,38 +123,37 @@ XmlParser::TagOutcome XmlParser::parseStartTag(XmlNodeData* node, XmlNodeData*& 
     // Even a tag that fails makes its element: the document then holds one, which decides
     // between the tag's error and NoElements.
     const TagOutcome outcome = readAttributes(node, context, isDeclaration);
-    child = XmlTree::addChild(node, std::string_view(name.start, static_cast<size_t>(name.length)), isDeclaration,
+    child = XmlTree::addChild(*context.store, context.builder, node,
+                              std::string_view(name.start, static_cast<size_t>(name.length)), isDeclaration,
                               context.pendingAttributes.data(), context.pendingCount);
-    if (outcome == TagOutcome::Closed)
-        XmlTree::trim(child);
     context.pendingCount = 0;
     return outcome;
 }
 
 XmlParser::TagOutcome XmlParser::readAttributes(const XmlNodeData* parent, XmlParseContext& context,
                                                 bool isDeclaration) {
-    int state = 0;
+    AttributeState state = AttributeState::ExpectName;
     XmlToken pending;
     for (;;) {
         const XmlToken token = XmlScanner::nextToken(context);
         if (token.kind == XmlTokenKind::EndOfInput)
             return TagOutcome::EndOfInput;
-        if (state == 0) {
+        if (state == AttributeState::ExpectName) {
             if (token.kind == XmlTokenKind::Text) {
                 pending = token;
-                state = 1;
+                state = AttributeState::AfterName;
             } else if (token.kind == XmlTokenKind::TagEnd || token.kind == XmlTokenKind::EmptyTagEnd) {
                 context.textStart = context.cursor;
                 return token.kind == XmlTokenKind::TagEnd ? TagOutcome::Content : TagOutcome::Closed;
             } else {
                 break;
             }
-        } else if (state == 1) {
+        } else if (state == AttributeState::AfterName) {
             if (token.kind == XmlTokenKind::Text) {
                 addValuelessAttribute(context, pending, pending.length);
                 pending = token;
             } else if (token.kind == XmlTokenKind::Equals) {
-                state = 2;
+                state = AttributeState::AfterEquals;
             } else if (token.kind == XmlTokenKind::TagEnd || token.kind == XmlTokenKind::EmptyTagEnd) {
                 context.textStart = context.cursor;
                 bool closed = token.kind == XmlTokenKind::EmptyTagEnd;
@@ -171,7 +176,7 @@ XmlParser::TagOutcome XmlParser::readAttributes(const XmlNodeData* parent, XmlPa
                 break;
             if (!addValuedAttribute(context, pending, token, isDeclaration))
                 return TagOutcome::Stop;
-            state = 0;
+            state = AttributeState::ExpectName;
         }
     }
     context.error = XmlError::UnexpectedToken;
@@ -180,11 +185,11 @@ XmlParser::TagOutcome XmlParser::readAttributes(const XmlNodeData* parent, XmlPa
 
 bool XmlParser::closeByPendingEndTag(XmlNodeData* node, XmlParseContext& context) {
     // The end tag closes the innermost open element of its name; the document node has none.
-    if (node->name.data() == nullptr) {
+    if (node->name == nullptr) {
         context.error = XmlError::UnexpectedEndTag;
         return false;
     }
-    if (endTagMatches(node->name, context.endTagName)) {
+    if (endTagMatches(node->nameView(), context.endTagName)) {
         context.endTagName = nullptr;
         context.endTagLength = 0;
     }
@@ -198,13 +203,12 @@ bool XmlParser::parseEndTag(XmlNodeData* node, XmlParseContext& context) {
         return false;
     }
     context.textStart = context.cursor;
-    if (!endTagMatches(node->name, name.start)) {
+    if (!endTagMatches(node->nameView(), name.start)) {
         context.error = XmlError::MissingEndTag;
         context.errorAt = context.cursor;
         context.endTagName = name.start;
         context.endTagLength = name.length;
     }
-    XmlTree::trim(node);
     return true;
 }
 
@@ -214,11 +218,11 @@ bool XmlParser::endOfInput(XmlNodeData* node, XmlParseContext& context) {
         context.error = XmlError::MissingEndTag;
         context.errorAt = context.cursor;
     }
-    flushText(node, context, context.cursor);
+    flushText(context, context.cursor);
     return false;
 }
 
-bool XmlParser::flushText(XmlNodeData* node, XmlParseContext& context, const char* end) {
+bool XmlParser::flushText(XmlParseContext& context, const char* end) {
     const char* start = context.textStart;
     if (start == nullptr)
         return true;
@@ -235,17 +239,8 @@ bool XmlParser::flushText(XmlNodeData* node, XmlParseContext& context, const cha
     if (!plain && !XmlScanner::decodeEntities(text, context, &text))
         return false;
     // A comment between two runs of text is dropped and the runs join, without a separator.
-    if (node->orderCount >= 2) {
-        const int32_t last = node->order[node->orderCount - 1];
-        const int32_t previous = node->order[node->orderCount - 2];
-        if ((previous & 3) == XmlTextItem && (last & 3) == XmlClearItem &&
-            node->clears[last >> 2].openTag == XmlScanner::commentTag().openTag) {
-            XmlTree::deleteClearSection(node, last >> 2);
-            XmlTree::appendToText(node, previous >> 2, text);
-            return true;
-        }
-    }
-    XmlTree::addText(node, text);
+    if (!XmlTree::joinAcrossComment(*context.store, context.builder, text, XmlScanner::commentTag().openTag))
+        XmlTree::addText(context.builder, text);
     return true;
 }
 
@@ -259,12 +254,14 @@ XmlNode XmlParser::parse(std::unique_ptr<XmlStore> store, const char* text, size
     context.inputEnd = text + length;
     XmlNode document = XmlTree::createDocument(std::move(store));
     parseContent(XmlTree::data(document), context);
+    XmlTree::complete(*context.store, context.builder, XmlTree::data(document));
 
     XmlError error = context.error;
     if (document.childCount() == 0)
         error = XmlError::NoElements;
+    const XmlNodeData* documentData = XmlTree::data(document);
     const bool single = document.childCount() == 1 && document.attributeCount() == 0 &&
-                        document.textCount() == 0 && document.clearCount() == 0;
+                        XmlTree::textCount(documentData) == 0 && XmlTree::clearCount(documentData) == 0;
     XmlNode candidate = single ? document.childAt(0) : document;
     if (error == XmlError::None || error == XmlError::MissingEndTag || error == XmlError::NoElements) {
         if (!requiredTag.empty() && !xmlNamesEqual(candidate.name(), requiredTag)) {

@@ -19,6 +19,12 @@ public:
 private:
     enum class TagOutcome { Stop, EndOfInput, Closed, Content };
     enum class ContentStep { Stop, Closed, TagStart, DeclarationStart };
+    // Where a start tag's reader stands between its name and its end.
+    enum class AttributeState {
+        ExpectName,   // a name or the end of the tag
+        AfterName,    // a name is pending: "=", another name, or the end of the tag
+        AfterEquals,  // the pending name's value
+    };
 
     // Each bool answers true to go on with the enclosing element, false to stop every level.
     static bool parseContent(XmlNodeData* node, XmlParseContext& context);
@@ -29,5 +35,5 @@ private:
     [[gnu::noinline]] static bool closeByPendingEndTag(XmlNodeData* node, XmlParseContext& context);
     static bool parseEndTag(XmlNodeData* node, XmlParseContext& context);
     static bool endOfInput(XmlNodeData* node, XmlParseContext& context);
-    static bool flushText(XmlNodeData* node, XmlParseContext& context, const char* end);
+    static bool flushText(XmlParseContext& context, const char* end);
 };

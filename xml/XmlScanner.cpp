@@ -223,7 +223,7 @@ void XmlScanner::skipCharacterData(XmlParseContext& context) noexcept {
     context.cursor = p;
 }
 
-bool XmlScanner::scanClearSection(XmlNodeData* node, XmlParseContext& context, const XmlClearTag& tag) {
+bool XmlScanner::scanClearSection(XmlParseContext& context, const XmlClearTag& tag) {
     const char* start = context.cursor;
     const char* closeTag = tag.closeTag;
     int32_t closeLength = tag.closeLength;
@@ -248,7 +248,7 @@ bool XmlScanner::scanClearSection(XmlNodeData* node, XmlParseContext& context, c
     }
     context.cursor = endMarker + closeLength;
     if (endMarker != start)
-        XmlTree::addClearSection(node, std::string_view(start, static_cast<size_t>(endMarker - start)), tag.openTag,
+        XmlTree::addClearSection(context.builder, std::string_view(start, static_cast<size_t>(endMarker - start)), tag.openTag,
                                  closeTag);
     return true;
 }

@@ -60,6 +60,7 @@ struct XmlParseContext {
     // storage only grows, so that adding one is a store in the parser's loop.
     std::vector<XmlAttribute> pendingAttributes;
     int32_t pendingCount = 0;
+    XmlBuilder builder;  // the items of the open elements
 
     void addPendingAttribute(const XmlAttribute& attribute) {
         if (static_cast<size_t>(pendingCount) == pendingAttributes.size())
@@ -152,8 +153,8 @@ public:
     // character data, taken from the input itself. Notes whether the run holds an "&".
     static void skipCharacterData(XmlParseContext& context) noexcept;
     // Scans a raw section whose opening marker was just read and stores its non-empty contents
-    // in node. False, with UnterminatedSection set, when its end marker is missing.
-    static bool scanClearSection(XmlNodeData* node, XmlParseContext& context, const XmlClearTag& tag);
+    // in the open element. False, with UnterminatedSection set, when its end marker is missing.
+    static bool scanClearSection(XmlParseContext& context, const XmlClearTag& tag);
     // The span with its references replaced, made in the store. A reference to U+0000 ends the
     // text there, as it always has. False, with BadEntity set, for a malformed or unknown
     // reference.
