@@ -113,8 +113,11 @@ export class Chart {
     // The library's order of series differs from the page's where series are stacked.
     this.order = seriesOrder(this.options.series || []);
     const instance = this.instance = init(this.renderTo, null, {renderer: 'svg', ...size});
+    // The zoom's components are a good part of a chart's cost and memory, and a reader zooms
+    // few of a page's hundreds of charts: they are added at the first press or wheel turn on it.
+    const {toolbox, dataZoom, ...drawn} = option;
     try {
-      instance.setOption(option);
+      instance.setOption(drawn);
     } catch (error) {
       instance.dispose();
       throw error;
@@ -122,10 +125,19 @@ export class Chart {
     // The library paints in its next animation frame; painted now, the chart is whole when told.
     instance.getZr().flush();
     this.container = this.renderTo;
-    this.zooms = Boolean(option.toolbox);
+    this.zooms = Boolean(toolbox);
     if (this.zooms) {
-      // A drag zooms at once, as it did: no zoom button to press first.
-      instance.dispatchAction({type: 'takeGlobalCursor', key: 'dataZoomSelect', dataZoomSelectActive: true});
+      this.armZoom = () => {
+        this.armZoom = null;
+        instance.setOption({toolbox, dataZoom});
+        // A drag zooms at once, as it did: no zoom button to press first.
+        instance.dispatchAction({type: 'takeGlobalCursor', key: 'dataZoomSelect', dataZoomSelectActive: true});
+      };
+      // Before the library's own handlers see the event that starts a drag or a wheel zoom. Not
+      // on the pointer's coming in: drawn again then, the chart loses what is under the pointer.
+      for (const type of ['pointerdown', 'mousedown', 'wheel']) {
+        this.renderTo.addEventListener(type, () => this.armZoom?.(), {capture: true, passive: true});
+      }
     }
     this.trackPointer(instance, option);
     addControls(this, instance);

@@ -7,9 +7,9 @@
 
 // A slice ends after SLICE_MS, or as soon as the reader clicks or types where the browser can
 // tell. Between two slices the browser answers the reader and draws a frame; a frame of a
-// long page costs about as much as a chart, so a slice holds a few charts, but a jump waits
-// for at most one slice.
-const SLICE_MS = 150;
+// long page costs as much as several charts (it lays the whole page out), so a slice holds
+// a few dozen, and a jump waits for at most one slice.
+const SLICE_MS = 400;
 const NEAR = '100%';
 
 const now = () => performance.now();
@@ -89,17 +89,28 @@ function run(entry) {
   }
 }
 
-// The waiting chart nearest to the window, the first in page order among equals.
-function nearest() {
+// Where the window lies on the page. Asking the browser lays out the whole page again after
+// each chart put in it, which on a page of hundreds of charts costs as much as the chart: a
+// slice asks once, as the reader cannot scroll before it ends.
+function windowSpan() {
   const top = window.pageYOffset;
-  const bottom = top + (window.innerHeight || document.documentElement.clientHeight);
+  return {top, bottom: top + (window.innerHeight || document.documentElement.clientHeight)};
+}
+
+// How far a waiting chart lies from the window; 0 when it is in it.
+function distance(entry, {top, bottom}) {
+  return entry.top > bottom ? entry.top - bottom : entry.bottom < top ? top - entry.bottom : 0;
+}
+
+// The waiting chart nearest to the window, the first in page order among equals.
+function nearest(span) {
   let best = null;
   let bestDistance = Infinity;
   for (const entry of queue) {
-    const distance = entry.top > bottom ? entry.top - bottom : entry.bottom < top ? top - entry.bottom : 0;
-    if (distance < bestDistance) {
+    const away = distance(entry, span);
+    if (away < bestDistance) {
       best = entry;
-      bestDistance = distance;
+      bestDistance = away;
     }
   }
   return best;
@@ -113,7 +124,16 @@ function drawSlice() {
   }
   drawing = false;
   const start = now();
-  for (let entry = nearest(); entry; entry = nearest()) {
+  const span = windowSpan();
+  let shown = false;
+  for (let entry = nearest(span); entry; entry = nearest(span)) {
+    // The charts in the window (after a jump, say) are on screen at the next frame, not after
+    // a whole slice of charts out of sight.
+    const inView = distance(entry, span) === 0;
+    if (shown && !inView) {
+      break;
+    }
+    shown ||= inView;
     run(entry);
     if (sliceOver(start)) {
       break;

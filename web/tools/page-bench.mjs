@@ -240,6 +240,8 @@ async function openOnce(browser, made, containers, jump) {
     run.firstScreen = bench.firstScreen;
     run.firstScreenCharts = bench.firstScreenCharts.length;
     if (!jump && options.all) {
+      // The live heap: what the page keeps, not the garbage a collection would take.
+      await cdp.send('HeapProfiler.collectGarbage');
       const {metrics} = await cdp.send('Performance.getMetrics');
       const metric = (name) => (metrics.find((m) => m.name === name)?.value ?? 0) * 1000;
       Object.assign(run, {
