@@ -49,6 +49,10 @@ async function view(browser, fonts, path, run, layoutOnly) {
         found.contract.push(`container ${id}: style "${style}"`);
       }
     }
+    // The page's messages are those a reader gets, taken before the browser is asked for the font:
+    // DevTools' CSS domain, once enabled, reads the page file again for its styles, and Chromium 150
+    // refuses that read from a file: page and logs the refusal as the page's own console error.
+    const said = messages.slice();
     // The font the charts were drawn in, from the browser's own account.
     const session = await page.context().newCDPSession(page);
     await Promise.all(['DOM.enable', 'CSS.enable'].map((command) => session.send(command)));
@@ -57,7 +61,7 @@ async function view(browser, fonts, path, run, layoutOnly) {
     const used = nodeId ? (await session.send('CSS.getPlatformFontsForNode', {nodeId})).fonts : [];
     found.layout.push(...(drawn ? [] : ['charts did not all draw']),
       ...used.map((f) => f.familyName).filter((name) => name !== fonts.sans).map((name) => `drawn in ${name}`));
-    return {found, messages, requests};
+    return {found, messages: said, requests};
   } catch (error) {
     return {broken: error.message};
   } finally {
