@@ -21,11 +21,22 @@ constexpr unsigned char littleEndianMark[] = {0xFF, 0xFE};
 constexpr unsigned char bigEndianMark[] = {0xFE, 0xFF};
 constexpr unsigned char utf8Mark[] = {0xEF, 0xBB, 0xBF};
 
-// How many bytes from the start are ASCII, read eight at a time: the common document is ASCII all
-// through, and then this is the whole check.
+// How many bytes from the start are ASCII: the common document is ASCII all through, and then this
+// is the whole check. Sixty-four bytes are judged at once, their words or-ed together (which the
+// compiler turns into vector instructions), then the last few bytes word by word.
 size_t asciiPrefix(const unsigned char* bytes, size_t count) {
     constexpr uint64_t highBits = 0x8080808080808080u;
+    constexpr size_t chunk = 64;
     size_t i = 0;
+    for (; i + chunk <= count; i += chunk) {
+        uint64_t words[chunk / 8];
+        std::memcpy(words, bytes + i, chunk);
+        uint64_t any = 0;
+        for (const uint64_t word : words)
+            any |= word;
+        if ((any & highBits) != 0)
+            break;
+    }
     for (; i + 8 <= count; i += 8) {
         uint64_t word;
         std::memcpy(&word, bytes + i, 8);
@@ -166,8 +177,15 @@ std::unique_ptr<char[]> windows1252ToUtf8(const unsigned char* bytes, size_t cou
     auto text = textBuffer(byteLength * 3);
     std::memcpy(text.get(), bytes, ascii);
     char* out = text.get() + ascii;
-    for (size_t i = ascii; i < byteLength; ++i)
-        out = appendUtf8(out, (bytes[i] & 0xE0) == 0x80 ? windows1252High[bytes[i] - 0x80] : bytes[i]);
+    // Accented letters are few and far between: the ASCII between them is copied in runs.
+    for (size_t i = ascii; i < byteLength;) {
+        const unsigned char byte = bytes[i++];
+        out = appendUtf8(out, (byte & 0xE0) == 0x80 ? windows1252High[byte - 0x80] : byte);
+        const size_t run = asciiPrefix(bytes + i, byteLength - i);
+        std::memcpy(out, bytes + i, run);
+        out += run;
+        i += run;
+    }
     *length = static_cast<size_t>(out - text.get());
     std::memset(out, 0, 4);
     return text;
