@@ -58,9 +58,13 @@ bool XmlParser::parseContent(XmlNodeData* node, XmlParseContext& context) {
         const TagOutcome outcome = parseStartTag(node, child, context, step == ContentStep::DeclarationStart);
         if (child == nullptr)
             return false;
+        // An empty-element tag leaves its record complete as made: nothing went into the builder
+        // for it, and no end tag can be pending after it.
+        if (outcome == TagOutcome::Closed)
+            continue;
         const XmlBuilder::Mark enclosing = context.builder.open;
         context.builder.open = context.builder.mark();
-        bool goOn = outcome == TagOutcome::Closed;
+        bool goOn = false;
         if (outcome == TagOutcome::EndOfInput) {
             goOn = endOfInput(child, context);
         } else if (outcome == TagOutcome::Content) {
