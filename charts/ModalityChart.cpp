@@ -53,7 +53,7 @@ void appendCategoryLabel(std::string& out, std::string_view name) {
         return byte < 0x80 && byte != ' ' && !(byte >= '\t' && byte <= '\r');
     };
     if (!name.empty() && visibleAscii(name.front()) && visibleAscii(name.back()) &&
-        name.find_first_of("&<>\"'") == std::string_view::npos && PageText::units(name) <= ModalityLimits::labelLimit) {
+        Escape::isPlainText(name) && PageText::units(name) <= ModalityLimits::labelLimit) {
         Escape::appendScriptString(out, name);
         return;
     }

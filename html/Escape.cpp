@@ -88,6 +88,10 @@ size_t plainRun(std::string_view text, const std::array<bool, 256>& plain) {
 
 }  // namespace
 
+bool isPlainText(std::string_view text) noexcept {
+    return plainRun(text, plainInText) == text.size();
+}
+
 void appendText(std::string& out, std::string_view text) {
     const size_t run = plainRun(text, plainInText);
     out.append(text.substr(0, run));

@@ -109,6 +109,7 @@ TEST(EscapeRunsTest, RunsAsByByte) {
         std::string out = "x";
         Escape::appendText(out, text);
         EXPECT_EQ(out, "x" + textByByte(text)) << text;
+        EXPECT_EQ(Escape::isPlainText(text), textByByte(text) == text) << text;
         out = "x";
         Escape::appendScriptString(out, text);
         EXPECT_EQ(out, "x" + scriptByByte(text)) << text;
