@@ -54,9 +54,8 @@ char* XmlStore::allocateInNewBlock(size_t length) {
     return out;
 }
 
-bool xmlNamesEqual(std::string_view a, std::string_view b) noexcept {
-    if (a.data() == nullptr || b.data() == nullptr || a.size() != b.size())
-        return false;
+// Names of equal length, neither null.
+bool xmlNamesEqualFolded(std::string_view a, std::string_view b) noexcept {
     for (size_t i = 0; i < a.size(); ++i) {
         if (a[i] != b[i] && foldAscii(a[i]) != foldAscii(b[i]))
             return false;
