@@ -36,6 +36,25 @@ void appendNumber(std::string& out, double value, std::chars_format format, int 
 
 int gPrecision(int precision) { return precision == 0 ? 1 : precision; }
 
+// Writes digits as a decimal with fractionDigits of them after the point (leading zeros as
+// needed), and a minus sign when negative, backwards from end; answers where the text starts.
+char* writeDecimal(char* end, uint64_t digits, int fractionDigits, bool negative) {
+    char* p = end;
+    for (int i = 0; i < fractionDigits; ++i) {
+        *--p = static_cast<char>('0' + digits % 10);
+        digits /= 10;
+    }
+    if (fractionDigits > 0)
+        *--p = '.';
+    do {
+        *--p = static_cast<char>('0' + digits % 10);
+        digits /= 10;
+    } while (digits != 0);
+    if (negative)
+        *--p = '-';
+    return p;
+}
+
 // %.<decimals>f of a finite value below 2^53 with at most 3 decimals, the numbers of the
 // modality tables and charts, in integer arithmetic: the value is m * 2^e exactly, so
 // value * 10^decimals is the integer m * 10^decimals shifted, and the bits shifted out decide
@@ -63,22 +82,9 @@ bool appendSmallFixed(std::string& out, double value, int decimals, int width) {
         if (rest > half || (rest == half && (scaled & 1) != 0))
             ++scaled;
     }
-    char digits[32];
-    char* end = digits + sizeof digits;
-    char* p = end;
-    for (int i = 0; i < decimals; ++i) {
-        *--p = static_cast<char>('0' + scaled % 10);
-        scaled /= 10;
-    }
-    if (decimals > 0)
-        *--p = '.';
-    do {
-        *--p = static_cast<char>('0' + scaled % 10);
-        scaled /= 10;
-    } while (scaled != 0);
-    if (std::signbit(value))
-        *--p = '-';
-    appendPadded(out, p, end, width);
+    char text[32];
+    char* end = text + sizeof text;
+    appendPadded(out, writeDecimal(end, scaled, decimals, std::signbit(value)), end, width);
     return true;
 }
 
@@ -148,29 +154,17 @@ bool appendSmallG(std::string& out, double value, int precision) {
     }
     if (digits == 0 || exponent < -4 || exponent >= precision)
         return false;  // the exponential form, or an estimate that did not settle
-    char text[48];
-    char* end = text + sizeof text;
-    char* p = end;
-    // The fraction's digits, less the trailing zeros that %g drops.
+    // The fraction's digits, less the trailing zeros that %g drops. Below 1 the fraction runs
+    // past the significant digits into its leading zeros.
     int fractionDigits = precision - 1 - exponent;
     while (fractionDigits > 0 && digits % 10 == 0) {
         digits /= 10;
         --fractionDigits;
     }
-    // Below 1 the fraction runs past the significant digits into its leading zeros.
-    for (int i = 0; i < fractionDigits; ++i) {
-        *--p = static_cast<char>('0' + digits % 10);
-        digits /= 10;
-    }
-    if (fractionDigits > 0)
-        *--p = '.';
-    do {
-        *--p = static_cast<char>('0' + digits % 10);
-        digits /= 10;
-    } while (digits != 0);
-    if (std::signbit(value))
-        *--p = '-';
-    out.append(p, static_cast<size_t>(end - p));
+    char text[48];
+    char* end = text + sizeof text;
+    const char* start = writeDecimal(end, digits, fractionDigits, std::signbit(value));
+    out.append(start, static_cast<size_t>(end - start));
     return true;
 }
 
