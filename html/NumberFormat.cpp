@@ -38,7 +38,7 @@ int gPrecision(int precision) { return precision == 0 ? 1 : precision; }
 
 // Writes digits as a decimal with fractionDigits of them after the point (leading zeros as
 // needed), and a minus sign when negative, backwards from end; answers where the text starts.
-char* writeDecimal(char* end, uint64_t digits, int fractionDigits, bool negative) {
+[[gnu::always_inline]] inline char* writeDecimal(char* end, uint64_t digits, int fractionDigits, bool negative) {
     char* p = end;
     for (int i = 0; i < fractionDigits; ++i) {
         *--p = static_cast<char>('0' + digits % 10);
