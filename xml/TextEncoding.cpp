@@ -162,7 +162,16 @@ char* appendUtf8(char* out, uint32_t c) noexcept {
 
 size_t utf16Length(const char* text, size_t count) noexcept {
     size_t units = 0;
-    for (size_t i = 0; i < count; ++i) {
+    size_t i = 0;
+    // Names and labels are mostly ASCII: eight such bytes are eight units, judged at once.
+    for (; i + 8 <= count; i += 8) {
+        uint64_t word;
+        std::memcpy(&word, text + i, 8);
+        if ((word & 0x8080808080808080u) != 0)
+            break;
+        units += 8;
+    }
+    for (; i < count; ++i) {
         const auto byte = static_cast<unsigned char>(text[i]);
         units += (byte & 0xC0) != 0x80 ? 1 : 0;
         units += byte >= 0xF0 ? 1 : 0;  // a supplementary character takes two units

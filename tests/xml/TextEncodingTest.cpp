@@ -109,6 +109,17 @@ TEST(TextEncodingTest, RepairedUtf8AsByByte) {
     }
 }
 
+TEST(TextEncodingTest, Utf16LengthAsByByte) {
+    for (const std::string& text : generatedTexts(true)) {
+        size_t units = 0;
+        for (const char c : text) {
+            const auto byte = static_cast<unsigned char>(c);
+            units += ((byte & 0xC0) != 0x80 ? 1 : 0) + (byte >= 0xF0 ? 1 : 0);
+        }
+        EXPECT_EQ(TextEncoding::utf16Length(text.data(), text.size()), units) << text;
+    }
+}
+
 TEST(TextEncodingTest, AsciiIsUsedWhereItLies) {
     const std::string text(1000, 'x');
     size_t length = 0;
