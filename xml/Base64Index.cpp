@@ -107,14 +107,11 @@ Base64Index::Base64Index(std::string_view text, Pass pass) : text_(text.data()) 
     uint32_t trailingPadding = 0;
     for (const char* q = end; q != first && q[-1] == '='; --q)
         ++trailingPadding;
+    length_ = static_cast<int32_t>((3 * (int64_t{significant} - trailingPadding - 1) + 3) / 4);
     // Padding that is not all at the very end, or more of it than a quantum can hold, stops the
     // decoder early or marks the text short: Base64Decoder decides what is left then.
-    if (significant % 4 != 0 || paddingUnits != trailingPadding || trailingPadding > 2) {
-        shape_ = Shape::Irregular;
-        return;
-    }
-    shape_ = Shape::Regular;
-    length_ = static_cast<int32_t>((3 * (int64_t{significant} - trailingPadding - 1) + 3) / 4);
+    const bool irregular = significant % 4 != 0 || paddingUnits != trailingPadding || trailingPadding > 2;
+    shape_ = irregular ? Shape::Irregular : Shape::Regular;
 }
 
 void Base64Index::read(int64_t offset, int32_t count, unsigned char* out) const noexcept {

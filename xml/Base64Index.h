@@ -25,7 +25,10 @@ public:
 
     Shape shape() const noexcept { return shape_; }
     // Bytes that regular text decodes to (Base64Decoder::decodedLength); 0 for other shapes.
-    int32_t length() const noexcept { return length_; }
+    int32_t length() const noexcept { return shape_ == Shape::Regular ? length_ : 0; }
+    // Base64Decoder::decodedLength of regular and irregular text, counted by this pass, so that
+    // a decode of irregular text needs no pass of its own for it; 0 for unusable text.
+    int32_t decodedLength() const noexcept { return length_; }
     // Decodes count bytes from offset on into out. Regular text only, with offset + count <=
     // length().
     void read(int64_t offset, int32_t count, unsigned char* out) const noexcept;

@@ -59,6 +59,11 @@ Base64Index::Shape expectSameIndex(const std::string& text) {
     const Base64Index reference = Base64Index::byteByByte(view);
     EXPECT_EQ(static_cast<int>(fast.shape()), static_cast<int>(reference.shape())) << text;
     EXPECT_EQ(fast.length(), reference.length()) << text;
+    // The length a decode of the text allocates, for every shape but the unusable.
+    if (fast.shape() != Base64Index::Shape::Unusable)
+        EXPECT_EQ(fast.decodedLength(), Base64Decoder::decodedLength(view, nullptr)) << text;
+    else
+        EXPECT_EQ(fast.decodedLength(), 0) << text;
     if (fast.shape() != Base64Index::Shape::Regular)
         return fast.shape();
     Base64Decoder decoder;
