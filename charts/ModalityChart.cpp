@@ -46,6 +46,17 @@ bool isSpaceAt(std::string_view text, size_t i, size_t* length) {
 // The category of a modality: its name cut as the table cuts it, escaped for the page, trimmed of white space, and made safe inside the script's quotes,
 // appended to out.
 void appendCategoryLabel(std::string& out, std::string_view name) {
+    // The common label is short, needs no entity and starts and ends with a visible ASCII
+    // character: cutting, escaping and trimming would all leave it as it is.
+    const auto visibleAscii = [](char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        return byte < 0x80 && byte != ' ' && !(byte >= '\t' && byte <= '\r');
+    };
+    if (!name.empty() && visibleAscii(name.front()) && visibleAscii(name.back()) &&
+        Escape::isPlainText(name) && PageText::units(name) <= ModalityLimits::labelLimit) {
+        Escape::appendScriptString(out, name);
+        return;
+    }
     const std::string label = Escape::text(PageText::cutToUnits(name, ModalityLimits::labelLimit, ModalityLimits::labelKept));
     size_t first = 0;
     size_t last = label.size();

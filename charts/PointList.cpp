@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <bit>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -14,7 +15,7 @@ namespace {
 // other text is decoded whole, as the decoder alone knows how far such text goes.
 struct DoubleArray {
     Base64Index index;
-    Base64Decoder decoder;
+    std::vector<unsigned char> decoded;
     const unsigned char* bytes = nullptr;  // the whole decode, for irregular text only
     int64_t length = 0;      // what the text should decode to
     int64_t validBytes = 0;  // what it did decode to; 0 when the text is unusable
@@ -24,15 +25,17 @@ struct DoubleArray {
             length = validBytes = index.length();
             return;
         }
-        if (index.shape() == Base64Index::Shape::Unusable)
+        // The index's pass has counted the length the decoder's would: one pass decodes.
+        const int32_t decodedLength = index.decodedLength();
+        if (index.shape() == Base64Index::Shape::Unusable || decodedLength <= 0)
             return;
-        int32_t decodedLength = 0;
-        const auto* decoded = decoder.decode(text, &decodedLength, nullptr);
-        if (!decoded || decodedLength <= 0)
+        decoded.resize(static_cast<size_t>(decodedLength) + 1);
+        int32_t written = 0;
+        if (Base64Decoder::decodeInto(text, decoded.data(), decodedLength, nullptr, &written) == Base64Failed)
             return;
-        bytes = decoded;
+        bytes = decoded.data();
         length = decodedLength;
-        validBytes = decoder.written();
+        validBytes = written;
     }
 
     bool holds(int64_t count) const { return count >= 1 && validBytes >= count * 8; }

@@ -56,10 +56,46 @@ LessThan lessThanAt(std::string_view text, size_t at) {
     return {endTag ? LessThan::EndTag : LessThan::StartTag, name, element, end + 1 - at};
 }
 
+// Whether a byte stands for itself in markup text.
+constexpr std::array<bool, 256> makePlainInText() {
+    std::array<bool, 256> plain{};
+    plain.fill(true);
+    for (const char c : {'&', '<', '>', '"', '\''})
+        plain[static_cast<unsigned char>(c)] = false;
+    return plain;
+}
+
+// Whether a byte stands for itself in a script string.
+constexpr std::array<bool, 256> makePlainInScript() {
+    std::array<bool, 256> plain{};
+    plain.fill(true);
+    for (const char c : {'\\', '\'', '\n', '\r', '<', '\xE2'})
+        plain[static_cast<unsigned char>(c)] = false;
+    return plain;
+}
+
+constexpr std::array<bool, 256> plainInText = makePlainInText();
+constexpr std::array<bool, 256> plainInScript = makePlainInScript();
+
+// How many bytes from the start stand for themselves: names and labels mostly do all through,
+// and are then appended in one piece rather than byte by byte.
+size_t plainRun(std::string_view text, const std::array<bool, 256>& plain) {
+    size_t end = 0;
+    while (end < text.size() && plain[static_cast<unsigned char>(text[end])])
+        ++end;
+    return end;
+}
+
 }  // namespace
 
+bool isPlainText(std::string_view text) noexcept {
+    return plainRun(text, plainInText) == text.size();
+}
+
 void appendText(std::string& out, std::string_view text) {
-    for (const char c : text) {
+    const size_t run = plainRun(text, plainInText);
+    out.append(text.substr(0, run));
+    for (const char c : text.substr(run)) {
         switch (c) {
         case '&': out += "&amp;"; break;
         case '<': out += "&lt;"; break;
@@ -147,7 +183,9 @@ std::string attribute(std::string_view text) {
 }
 
 void appendScriptString(std::string& out, std::string_view text) {
-    for (size_t i = 0; i < text.size(); ++i) {
+    const size_t run = plainRun(text, plainInScript);
+    out.append(text.substr(0, run));
+    for (size_t i = run; i < text.size(); ++i) {
         const char c = text[i];
         switch (c) {
         case '\\': out += "\\\\"; break;

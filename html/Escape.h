@@ -11,6 +11,8 @@ namespace Escape {
 // Text in markup, shown as it reads and never as markup: & < > " ' become entities.
 void appendText(std::string& out, std::string_view text);
 std::string text(std::string_view text);
+// Whether text holds none of those: appendText then copies it as it is.
+bool isPlainText(std::string_view text) noexcept;
 // Text in markup that the page shows as markup: a bare start or end tag of an inline
 // formatting element (b i u em strong sub sup small big s strike tt code span font br mark,
 // any case) stays; every other "<" that would start markup (another element, a comment, a

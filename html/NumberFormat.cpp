@@ -36,6 +36,25 @@ void appendNumber(std::string& out, double value, std::chars_format format, int 
 
 int gPrecision(int precision) { return precision == 0 ? 1 : precision; }
 
+// Writes digits as a decimal with fractionDigits of them after the point (leading zeros as
+// needed), and a minus sign when negative, backwards from end; answers where the text starts.
+[[gnu::always_inline]] inline char* writeDecimal(char* end, uint64_t digits, int fractionDigits, bool negative) {
+    char* p = end;
+    for (int i = 0; i < fractionDigits; ++i) {
+        *--p = static_cast<char>('0' + digits % 10);
+        digits /= 10;
+    }
+    if (fractionDigits > 0)
+        *--p = '.';
+    do {
+        *--p = static_cast<char>('0' + digits % 10);
+        digits /= 10;
+    } while (digits != 0);
+    if (negative)
+        *--p = '-';
+    return p;
+}
+
 // %.<decimals>f of a finite value below 2^53 with at most 3 decimals, the numbers of the
 // modality tables and charts, in integer arithmetic: the value is m * 2^e exactly, so
 // value * 10^decimals is the integer m * 10^decimals shifted, and the bits shifted out decide
@@ -63,22 +82,89 @@ bool appendSmallFixed(std::string& out, double value, int decimals, int width) {
         if (rest > half || (rest == half && (scaled & 1) != 0))
             ++scaled;
     }
-    char digits[32];
-    char* end = digits + sizeof digits;
-    char* p = end;
-    for (int i = 0; i < decimals; ++i) {
-        *--p = static_cast<char>('0' + scaled % 10);
-        scaled /= 10;
+    char text[32];
+    char* end = text + sizeof text;
+    appendPadded(out, writeDecimal(end, scaled, decimals, std::signbit(value)), end, width);
+    return true;
+}
+
+// 128 bits: a 53-bit mantissa times a power of ten up to 10^22.
+__extension__ typedef unsigned __int128 Wide;
+
+// %.<precision>g of a finite, non-zero value from 1e-4 up (after rounding) and below 2^52, where
+// the fixed form applies: the sparklines' means and the charts' rates. The value is m * 2^q
+// exactly, so value * 10^s is the integer m * 10^s shifted right by -q, and the bits shifted out
+// decide the rounding, half to even like printf. False (nothing written) outside that range.
+bool appendSmallG(std::string& out, double value, int precision) {
+    if (precision < 1 || precision > 17 || !(std::fabs(value) >= 1e-4) || !(std::fabs(value) < 4503599627370496.0))
+        return false;
+    const auto bits = std::bit_cast<uint64_t>(value);
+    const auto biased = static_cast<int>((bits >> 52) & 0x7FF);
+    const uint64_t mantissa = (bits & ((uint64_t{1} << 52) - 1)) | (uint64_t{1} << 52);
+    const int shift = 1075 - biased;  // value = mantissa / 2^shift, shift >= 1 here
+    // The decimal exponent of the leading digit, estimated from the binary one and corrected
+    // below: 1233/4096 is log10(2) to within what the estimate needs.
+    int exponent = ((52 - shift) * 1233) >> 12;
+    static constexpr uint64_t powers[] = {1,
+                                          10,
+                                          100,
+                                          1000,
+                                          10000,
+                                          100000,
+                                          1000000,
+                                          10000000,
+                                          100000000,
+                                          1000000000,
+                                          10000000000,
+                                          100000000000,
+                                          1000000000000,
+                                          10000000000000,
+                                          100000000000000,
+                                          1000000000000000,
+                                          10000000000000000,
+                                          100000000000000000,
+                                          1000000000000000000,
+                                          10000000000000000000u};
+    uint64_t digits = 0;
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        // value * 10^scale rounded to an integer of precision digits.
+        const int scale = precision - 1 - exponent;
+        if (scale < 0 || scale > 22 || shift >= 128)
+            return false;
+        const Wide scaled = Wide{mantissa} * (scale > 19 ? Wide{powers[19]} * powers[scale - 19] : Wide{powers[scale]});
+        Wide whole = scaled >> shift;
+        const Wide rest = scaled & ((Wide{1} << shift) - 1);
+        const Wide half = Wide{1} << (shift - 1);
+        if (whole >= powers[precision]) {
+            ++exponent;  // the estimate was one low
+            continue;
+        }
+        if (whole < powers[precision - 1]) {
+            --exponent;  // one high
+            continue;
+        }
+        if (rest > half || (rest == half && (whole & 1) != 0))
+            ++whole;
+        digits = static_cast<uint64_t>(whole);
+        if (digits == powers[precision]) {  // 9.99... rounded up to the next power of ten
+            digits = powers[precision - 1];
+            ++exponent;
+        }
+        break;
     }
-    if (decimals > 0)
-        *--p = '.';
-    do {
-        *--p = static_cast<char>('0' + scaled % 10);
-        scaled /= 10;
-    } while (scaled != 0);
-    if (std::signbit(value))
-        *--p = '-';
-    appendPadded(out, p, end, width);
+    if (digits == 0 || exponent < -4 || exponent >= precision)
+        return false;  // the exponential form, or an estimate that did not settle
+    // The fraction's digits, less the trailing zeros that %g drops. Below 1 the fraction runs
+    // past the significant digits into its leading zeros.
+    int fractionDigits = precision - 1 - exponent;
+    while (fractionDigits > 0 && digits % 10 == 0) {
+        digits /= 10;
+        --fractionDigits;
+    }
+    char text[48];
+    char* end = text + sizeof text;
+    const char* start = writeDecimal(end, digits, fractionDigits, std::signbit(value));
+    out.append(start, static_cast<size_t>(end - start));
     return true;
 }
 
@@ -105,7 +191,9 @@ void appendG(std::string& out, double value, int precision) {
         out.append(buffer, static_cast<size_t>(end - buffer));
         return;
     }
-    appendNumber(out, value, std::chars_format::general, gPrecision(precision), 0);
+    if (appendSmallG(out, value, digits))
+        return;
+    appendNumber(out, value, std::chars_format::general, digits, 0);
 }
 
 void appendFixed(std::string& out, double value, int decimals, int width) {

@@ -33,7 +33,11 @@ public:
         row_ += styleClass;
         row_ += "\">\n   ";
         const size_t shown = nameUnits > ModalityLimits::labelLimit ? ModalityLimits::labelKept + 3 : nameUnits;
-        Escape::appendText(row_, PageText::cutToUnits(name, ModalityLimits::labelLimit, ModalityLimits::labelKept));
+        // Cut as PageText::cutToUnits cuts, without copying the name that needs no cut.
+        if (nameUnits <= ModalityLimits::labelLimit)
+            Escape::appendText(row_, name);
+        else
+            Escape::appendText(row_, PageText::firstUnits(name, ModalityLimits::labelKept) + "...");
         // Entities widen the text but not what the reader sees: pad by the unescaped length.
         if (shown < kNameWidth)
             row_.append(kNameWidth - shown, ' ');

@@ -21,22 +21,6 @@ constexpr unsigned char littleEndianMark[] = {0xFF, 0xFE};
 constexpr unsigned char bigEndianMark[] = {0xFE, 0xFF};
 constexpr unsigned char utf8Mark[] = {0xEF, 0xBB, 0xBF};
 
-// How many bytes from the start are ASCII, read eight at a time: the common document is ASCII all
-// through, and then this is the whole check.
-size_t asciiPrefix(const unsigned char* bytes, size_t count) {
-    constexpr uint64_t highBits = 0x8080808080808080u;
-    size_t i = 0;
-    for (; i + 8 <= count; i += 8) {
-        uint64_t word;
-        std::memcpy(&word, bytes + i, 8);
-        if ((word & highBits) != 0)
-            break;
-    }
-    while (i < count && bytes[i] < 0x80)
-        ++i;
-    return i;
-}
-
 size_t lengthToZero(const unsigned char* bytes, size_t count) {
     const void* zero = std::memchr(bytes, 0, count);
     return zero != nullptr ? static_cast<size_t>(static_cast<const unsigned char*>(zero) - bytes) : count;
@@ -83,6 +67,36 @@ std::unique_ptr<char[]> textBuffer(size_t room) {
 }
 
 }  // namespace
+
+// The common document is ASCII all through, and then this one pass is the whole check. Sixty-four bytes are
+// judged at once, their words combined (which the compiler turns into vector instructions), then
+// the last few bytes word by word. A word's byte that is zero or has its high bit set leaves the
+// high bit set in word | (word - 0x01..01): a zero borrows, and a borrow into a byte comes only
+// from a zero below it.
+size_t asciiPrefix(const unsigned char* bytes, size_t count) noexcept {
+    constexpr uint64_t highBits = 0x8080808080808080u;
+    constexpr uint64_t ones = 0x0101010101010101u;
+    constexpr size_t chunk = 64;
+    size_t i = 0;
+    for (; i + chunk <= count; i += chunk) {
+        uint64_t words[chunk / 8];
+        std::memcpy(words, bytes + i, chunk);
+        uint64_t any = 0;
+        for (const uint64_t word : words)
+            any |= word | (word - ones);
+        if ((any & highBits) != 0)
+            break;
+    }
+    for (; i + 8 <= count; i += 8) {
+        uint64_t word;
+        std::memcpy(&word, bytes + i, 8);
+        if (((word | (word - ones)) & highBits) != 0)
+            break;
+    }
+    while (i < count && bytes[i] != 0 && bytes[i] < 0x80)
+        ++i;
+    return i;
+}
 
 bool isTextUnicode(const unsigned char* bytes, size_t count) noexcept {
     if (startsWith(bytes, count, littleEndianMark, 2))
@@ -148,7 +162,16 @@ char* appendUtf8(char* out, uint32_t c) noexcept {
 
 size_t utf16Length(const char* text, size_t count) noexcept {
     size_t units = 0;
-    for (size_t i = 0; i < count; ++i) {
+    size_t i = 0;
+    // Names and labels are mostly ASCII: eight such bytes are eight units, judged at once.
+    for (; i + 8 <= count; i += 8) {
+        uint64_t word;
+        std::memcpy(&word, text + i, 8);
+        if ((word & 0x8080808080808080u) != 0)
+            break;
+        units += 8;
+    }
+    for (; i < count; ++i) {
         const auto byte = static_cast<unsigned char>(text[i]);
         units += (byte & 0xC0) != 0x80 ? 1 : 0;
         units += byte >= 0xF0 ? 1 : 0;  // a supplementary character takes two units
@@ -156,27 +179,42 @@ size_t utf16Length(const char* text, size_t count) noexcept {
     return units;
 }
 
-std::unique_ptr<char[]> windows1252ToUtf8(const unsigned char* bytes, size_t count, size_t* length) {
-    const size_t byteLength = lengthToZero(bytes, count);
-    const size_t ascii = asciiPrefix(bytes, byteLength);
-    *length = byteLength;
-    if (ascii == byteLength)
+std::unique_ptr<char[]> windows1252ToUtf8(const unsigned char* bytes, size_t count, size_t* length, size_t knownAscii) {
+    const size_t ascii = knownAscii + asciiPrefix(bytes + knownAscii, count - knownAscii);
+    // Text that is ASCII up to its end or its zero is read where it lies: one pass decides it.
+    if (ascii == count || bytes[ascii] == 0) {
+        *length = ascii;
         return nullptr;
+    }
+    const size_t byteLength = ascii + lengthToZero(bytes + ascii, count - ascii);
+    *length = byteLength;
     // No byte needs more than three.
     auto text = textBuffer(byteLength * 3);
     std::memcpy(text.get(), bytes, ascii);
     char* out = text.get() + ascii;
-    for (size_t i = ascii; i < byteLength; ++i)
-        out = appendUtf8(out, (bytes[i] & 0xE0) == 0x80 ? windows1252High[bytes[i] - 0x80] : bytes[i]);
+    // Accented letters are few and far between: the ASCII between them is copied in runs.
+    for (size_t i = ascii; i < byteLength;) {
+        const unsigned char byte = bytes[i++];
+        out = appendUtf8(out, (byte & 0xE0) == 0x80 ? windows1252High[byte - 0x80] : byte);
+        const size_t run = asciiPrefix(bytes + i, byteLength - i);
+        std::memcpy(out, bytes + i, run);
+        out += run;
+        i += run;
+    }
     *length = static_cast<size_t>(out - text.get());
     std::memset(out, 0, 4);
     return text;
 }
 
-std::unique_ptr<char[]> repairUtf8(const unsigned char* bytes, size_t count, size_t* length) {
-    const size_t byteLength = lengthToZero(bytes, count);
+std::unique_ptr<char[]> repairUtf8(const unsigned char* bytes, size_t count, size_t* length, size_t knownAscii) {
+    const size_t ascii = knownAscii + asciiPrefix(bytes + knownAscii, count - knownAscii);
+    if (ascii == count || bytes[ascii] == 0) {
+        *length = ascii;
+        return nullptr;
+    }
+    const size_t byteLength = ascii + lengthToZero(bytes + ascii, count - ascii);
     const unsigned char* end = bytes + byteLength;
-    const unsigned char* p = bytes;
+    const unsigned char* p = bytes + ascii;
     bool valid = true;
     while (p != end && valid) {
         p += asciiPrefix(p, static_cast<size_t>(end - p));

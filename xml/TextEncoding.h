@@ -33,9 +33,15 @@ Detection detect(const unsigned char* bytes, size_t count) noexcept;
 // already are that text (plain ASCII, or valid UTF-8). Conversion stops at the first zero
 // byte (or unit); *length receives the text's bytes before it.
 // Windows-1252: the five undefined bytes 81 8D 8F 90 9D keep their value (U+0081 ...).
-std::unique_ptr<char[]> windows1252ToUtf8(const unsigned char* bytes, size_t count, size_t* length);
+// knownAscii: how many bytes from the start the caller has already found ASCII other than zero
+// (asciiPrefix), which are not looked at again.
+std::unique_ptr<char[]> windows1252ToUtf8(const unsigned char* bytes, size_t count, size_t* length,
+                                          size_t knownAscii = 0);
 // UTF-8: each maximal invalid subpart becomes one U+FFFD.
-std::unique_ptr<char[]> repairUtf8(const unsigned char* bytes, size_t count, size_t* length);
+std::unique_ptr<char[]> repairUtf8(const unsigned char* bytes, size_t count, size_t* length, size_t knownAscii = 0);
+
+// How many bytes from the start are ASCII other than zero (zero ends a document's text).
+size_t asciiPrefix(const unsigned char* bytes, size_t count) noexcept;
 // UTF-16: always converted. A lone surrogate becomes U+FFFD, one unit as it was, as the page's
 // encoder has always written it.
 std::unique_ptr<char[]> utf16ToUtf8(const char16_t* units, size_t count, size_t* length);

@@ -20,6 +20,9 @@ namespace {
 constexpr size_t padding = 6;
 // The first buffer for a file of unknown size (a pipe, a device); it doubles as it fills.
 constexpr size_t firstCapacity = size_t{1} << 16;
+// The most one read asks for: a piece this size is still in the cache when the ASCII check
+// reads it right after, where a whole large file would come from memory a second time.
+constexpr size_t pieceBytes = size_t{1} << 19;
 
 }  // namespace
 
@@ -73,7 +76,7 @@ XmlError XmlFile::readBytes(const Descriptor& file, size_t sizeHint, RawBytes& r
             capacity = grown;
         }
         auto* bytes = reinterpret_cast<unsigned char*>(raw.storage.get());
-        const ssize_t got = read(file.fd, bytes + count, capacity - count - (padding - 1));
+        const ssize_t got = read(file.fd, bytes + count, std::min(capacity - count - (padding - 1), pieceBytes));
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0)
@@ -83,10 +86,28 @@ XmlError XmlFile::readBytes(const Descriptor& file, size_t sizeHint, RawBytes& r
         count += static_cast<size_t>(got);
         if (count > static_cast<size_t>(maxSize))
             return XmlError::FileTooLarge;
+        checkAscii(raw, count, false);
     }
+    checkAscii(raw, count, true);
     std::memset(reinterpret_cast<unsigned char*>(raw.storage.get()) + count, 0, padding - 1);
     raw.byteCount = count;
     return count == 0 ? XmlError::EmptyFile : XmlError::None;
+}
+
+void XmlFile::checkAscii(RawBytes& raw, size_t count, bool atEnd) noexcept {
+    const unsigned char* bytes = raw.bytes();
+    if (raw.checkedTo == 0) {
+        // Where the text starts is known once three bytes are in, or the file has ended.
+        if (count < 3 && !atEnd)
+            return;
+        if (count >= 3 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF)
+            raw.asciiFrom = 3;
+        raw.asciiEnd = raw.checkedTo = raw.asciiFrom;
+    }
+    // A run that stopped short of what was read has ended.
+    if (raw.asciiEnd == raw.checkedTo && count > raw.asciiEnd)
+        raw.asciiEnd += TextEncoding::asciiPrefix(bytes + raw.asciiEnd, count - raw.asciiEnd);
+    raw.checkedTo = std::max(raw.checkedTo, count);
 }
 
 XmlError XmlFile::readFile(const char* path, RawBytes& raw) {
@@ -117,10 +138,10 @@ XmlNode XmlFile::parseBytes(RawBytes& raw, std::string_view requiredTag, XmlPars
         break;
     }
     case TextEncoding::Encoding::Utf8:
-        store->converted = TextEncoding::repairUtf8(bytes, count, &length);
+        store->converted = TextEncoding::repairUtf8(bytes, count, &length, raw.knownAscii(detection.markLength));
         break;
     case TextEncoding::Encoding::Windows1252:
-        store->converted = TextEncoding::windows1252ToUtf8(bytes, count, &length);
+        store->converted = TextEncoding::windows1252ToUtf8(bytes, count, &length, raw.knownAscii(detection.markLength));
         break;
     }
     const char* text = nullptr;

@@ -17,6 +17,16 @@ public:
     struct RawBytes {
         RawStorage storage;    // UTF-16 files are read from here
         size_t byteCount = 0;  // bytes actually read
+        // The bytes from asciiFrom (0, or 3 after a UTF-8 byte-order mark) to asciiEnd are ASCII
+        // other than zero: checked piece by piece as the file came in, each piece while it was
+        // still in the cache. Nothing is known before checkedTo is past asciiFrom.
+        size_t asciiFrom = 0;
+        size_t asciiEnd = 0;
+        size_t checkedTo = 0;
+        // How many bytes after a byte-order mark of markLength bytes are known to be ASCII.
+        size_t knownAscii(size_t markLength) const noexcept {
+            return checkedTo > asciiFrom && asciiFrom == markLength ? asciiEnd - asciiFrom : 0;
+        }
         const unsigned char* bytes() const noexcept {
             return reinterpret_cast<const unsigned char*>(storage.get());
         }
@@ -34,4 +44,6 @@ private:
     class Descriptor;
     static XmlError openFile(const char* path, Descriptor& file, size_t& sizeHint);
     static XmlError readBytes(const Descriptor& file, size_t sizeHint, RawBytes& raw);
+    // Extends the known ASCII run over the bytes read up to count.
+    static void checkAscii(RawBytes& raw, size_t count, bool atEnd) noexcept;
 };

@@ -17,10 +17,6 @@ constexpr size_t kLastBlock = 8 * 1024 * 1024;
 // the common DOM libraries, attributes and child entries apart.
 static_assert(sizeof(XmlNodeData) <= 40);
 
-constexpr size_t roundUp8(size_t bytes) {
-    return (bytes + 7) & ~size_t{7};
-}
-
 // A record lives while a handle holds it or one of its ancestors: a parent reached only through
 // records that nothing holds any more is gone, as if freed, and answers as the empty node.
 bool held(const XmlNodeData* d) noexcept {
@@ -42,28 +38,24 @@ T* copyToStore(XmlStore& store, const std::vector<T>& from, size_t start) {
 
 }  // namespace
 
-char* XmlStore::allocate(size_t length) {
-    length = roundUp8(length);
-    if (length > left) {
-        const size_t size = std::min(kLastBlock, kFirstBlock << std::min<size_t>(blocks.size(), 7));
-        // A long string or array gets a block of its own; the current block stays in use.
-        if (length > size / 4) {
-            blocks.push_back(std::make_unique_for_overwrite<char[]>(length));
-            return blocks.back().get();
-        }
-        blocks.push_back(std::make_unique_for_overwrite<char[]>(size));
-        next = blocks.back().get();
-        left = size;
+char* XmlStore::allocateInNewBlock(size_t length) {
+    const size_t size = std::min(kLastBlock, kFirstBlock << std::min<size_t>(blocks.size(), 7));
+    // A long string or array gets a block of its own; the current block stays in use.
+    if (length > size / 4) {
+        blocks.push_back(std::make_unique_for_overwrite<char[]>(length));
+        return blocks.back().get();
     }
+    blocks.push_back(std::make_unique_for_overwrite<char[]>(size));
+    next = blocks.back().get();
+    left = size;
     char* out = next;
     next += length;
     left -= length;
     return out;
 }
 
-bool xmlNamesEqual(std::string_view a, std::string_view b) noexcept {
-    if (a.data() == nullptr || b.data() == nullptr || a.size() != b.size())
-        return false;
+// Names of equal length, neither null.
+bool xmlNamesEqualFolded(std::string_view a, std::string_view b) noexcept {
     for (size_t i = 0; i < a.size(); ++i) {
         if (a[i] != b[i] && foldAscii(a[i]) != foldAscii(b[i]))
             return false;

@@ -103,6 +103,10 @@ private:
     XmlStore* store_ = nullptr;  // the document's memory; null on the empty node
 };
 
+// The byte comparison behind xmlNamesEqual, for names of equal length, neither null.
+bool xmlNamesEqualFolded(std::string_view a, std::string_view b) noexcept;
 // Case-insensitive whole-name comparison: ASCII A-Z match a-z, every other byte must be equal.
-// False when either is null.
-bool xmlNamesEqual(std::string_view a, std::string_view b) noexcept;
+// False when either is null. Inline, as most names asked for are passed over by their length.
+inline bool xmlNamesEqual(std::string_view a, std::string_view b) noexcept {
+    return a.size() == b.size() && a.data() != nullptr && b.data() != nullptr && xmlNamesEqualFolded(a, b);
+}

@@ -2,6 +2,7 @@
 
 #include "xml/TextEncoding.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -58,9 +59,13 @@ bool XmlParser::parseContent(XmlNodeData* node, XmlParseContext& context) {
         const TagOutcome outcome = parseStartTag(node, child, context, step == ContentStep::DeclarationStart);
         if (child == nullptr)
             return false;
+        // An empty-element tag leaves its record complete as made: nothing went into the builder
+        // for it, and no end tag can be pending after it.
+        if (outcome == TagOutcome::Closed)
+            continue;
         const XmlBuilder::Mark enclosing = context.builder.open;
         context.builder.open = context.builder.mark();
-        bool goOn = outcome == TagOutcome::Closed;
+        bool goOn = false;
         if (outcome == TagOutcome::EndOfInput) {
             goOn = endOfInput(child, context);
         } else if (outcome == TagOutcome::Content) {
@@ -252,6 +257,11 @@ XmlNode XmlParser::parse(std::unique_ptr<XmlStore> store, const char* text, size
     context.textStart = text;
     context.cursor = text;
     context.inputEnd = text + length;
+    // Room for the children of the open elements, reserved but untouched until used: no element
+    // takes fewer than four bytes, and a document of millions of siblings then never copies its
+    // list of them to a larger one (each copy touching fresh pages). The cap bounds the
+    // reservation of a huge document, whose list may still grow past it.
+    context.builder.children.reserve(std::min<size_t>(length / 4 + 1, size_t{1} << 24));
     XmlNode document = XmlTree::createDocument(std::move(store));
     parseContent(XmlTree::data(document), context);
     XmlTree::complete(*context.store, context.builder, XmlTree::data(document));

@@ -30,8 +30,18 @@ struct XmlStore {
     char* next = nullptr;  // free room in the last block
     size_t left = 0;
 
-    // Room for length bytes that live as long as the document; always 8-aligned.
-    char* allocate(size_t length);
+    // Room for length bytes that live as long as the document; always 8-aligned. Inline for the
+    // parser's record per element; a new block is made out of line.
+    char* allocate(size_t length) {
+        length = (length + 7) & ~size_t{7};
+        if (length > left)
+            return allocateInNewBlock(length);
+        char* out = next;
+        next += length;
+        left -= length;
+        return out;
+    }
+    char* allocateInNewBlock(size_t length);
     // Uninitialised room for count objects of a trivial type.
     template <typename T>
     T* allocateArray(size_t count) {

@@ -193,7 +193,10 @@ const char* skipBlocks(const char* p, const char* end, bool& reference) {
 }  // namespace
 
 XmlToken XmlScanner::scanMarkup(XmlParseContext& context, const char* p) noexcept {
+    // Every raw-section marker goes on with "!" or "P" after its "<"; a tag mostly does not.
     for (const XmlClearTag& tag : clearTags) {
+        if (p[1] != '!' && p[1] != 'P')
+            break;
         if (matchesMarker(p, tag.openTag, tag.openLength)) {
             context.cursor = p + tag.openLength;
             XmlToken token = makeXmlToken(XmlTokenKind::ClearStart, p, context.cursor);
@@ -212,6 +215,12 @@ XmlToken XmlScanner::scanMarkup(XmlParseContext& context, const char* p) noexcep
 void XmlScanner::skipCharacterData(XmlParseContext& context) noexcept {
     const char* p = context.cursor;
     bool reference = false;
+    // Between tags that follow each other there is nothing to skip.
+    if (*p == '<') {
+        context.skippedFrom = p;
+        context.skippedReference = false;
+        return;
+    }
 #if defined(__SSE2__)
     if (context.inputEnd != nullptr)
         p = skipBlocks(p, context.inputEnd, reference);

@@ -7,6 +7,10 @@
 
 #include <array>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 // Kinds of token; the numbers are stable.
 enum class XmlTokenKind : int32_t {
     Text = 0,              // a word, or a run of character data
@@ -224,6 +228,27 @@ inline XmlToken XmlScanner::scanQuoted(XmlParseContext& context, const char* p) 
     const char quote = *p;
     bool hasReference = false;
     const char* q = p + 1;
+#if defined(__SSE2__)
+    // Sixteen bytes at a time up to the first that the loop below must look at (its quote, "<",
+    // "&" or the zero), where whole vectors lie before the input's end.
+    if (context.inputEnd != nullptr) {
+        const __m128i quoteUnit = _mm_set1_epi8(quote);
+        const __m128i less = _mm_set1_epi8('<');
+        const __m128i ampersand = _mm_set1_epi8('&');
+        const __m128i zero = _mm_setzero_si128();
+        while (context.inputEnd - q >= 16) {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(q));
+            const __m128i stops = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(v, quoteUnit), _mm_cmpeq_epi8(v, less)),
+                                               _mm_or_si128(_mm_cmpeq_epi8(v, ampersand), _mm_cmpeq_epi8(v, zero)));
+            const int mask = _mm_movemask_epi8(stops);
+            if (mask != 0) {
+                q += __builtin_ctz(static_cast<unsigned>(mask));
+                break;
+            }
+            q += 16;
+        }
+    }
+#endif
     for (;; ++q) {
         const auto c = static_cast<unsigned char>(*q);
         if (c >= 128)

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+#include <string>
 #include <utility>
 
 namespace {
@@ -52,5 +54,66 @@ INSTANTIATE_TEST_SUITE_P(Escape, InlineMarkupTest, testing::Values(
     std::pair{"<script>x=</script><img src=x onerror=f()>", "&lt;script>x=&lt;/script>&lt;img src=x onerror=f()>"},
     std::pair{"x<!--y <?php </ x> a</", "x&lt;!--y &lt;?php &lt;/ x> a&lt;/"},
     std::pair{"<b", "&lt;b"}));
+
+// Text and script strings are copied in runs up to the first byte that needs escaping; byte by
+// byte, as below, every byte is looked at alone. Generated texts mix plain runs with every byte
+// either policy replaces.
+std::string textByByte(std::string_view text) {
+    std::string out;
+    for (const char c : text) {
+        switch (c) {
+        case '&': out += "&amp;"; break;
+        case '<': out += "&lt;"; break;
+        case '>': out += "&gt;"; break;
+        case '"': out += "&quot;"; break;
+        case '\'': out += "&apos;"; break;
+        default: out += c;
+        }
+    }
+    return out;
+}
+
+std::string scriptByByte(std::string_view text) {
+    std::string out;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        const char next = i + 1 < text.size() ? text[i + 1] : '\0';
+        if (c == '\\')
+            out += "\\\\";
+        else if (c == '\'')
+            out += "\\'";
+        else if (c == '\n')
+            out += "\\n";
+        else if (c == '\r')
+            out += "\\r";
+        else if (c == '<')
+            out += next == '/' || next == '!' ? "<\\" : "<";
+        else if (c == '\xE2' && i + 2 < text.size() && next == '\x80' && (text[i + 2] == '\xA8' || text[i + 2] == '\xA9')) {
+            out += text[i + 2] == '\xA8' ? "\\u2028" : "\\u2029";
+            i += 2;
+        } else
+            out += c;
+    }
+    return out;
+}
+
+TEST(EscapeRunsTest, RunsAsByByte) {
+    const std::string pieces[] = {"a", "Z", "0", " ", "&", "<", ">", "\"", "'", "\\", "\n", "\r", "/", "!",
+                                  "\xE2\x80\xA8", "\xE2\x80\xA9", "\xE2\x82\xAC", "\xE2", "\xC3\xA9", "[0; 10["};
+    std::mt19937 random(3);
+    for (int i = 0; i < 20000; ++i) {
+        std::string text;
+        const int count = static_cast<int>(random() % 12);
+        for (int k = 0; k < count; ++k)
+            text += pieces[random() % (k == 0 && i % 2 == 0 ? 4 : std::size(pieces))];
+        std::string out = "x";
+        Escape::appendText(out, text);
+        EXPECT_EQ(out, "x" + textByByte(text)) << text;
+        EXPECT_EQ(Escape::isPlainText(text), textByByte(text) == text) << text;
+        out = "x";
+        Escape::appendScriptString(out, text);
+        EXPECT_EQ(out, "x" + scriptByByte(text)) << text;
+    }
+}
 
 }  // namespace

@@ -52,6 +52,28 @@ std::vector<double> sampleValues() {
         }
     for (int thousandths = 0; thousandths < 20000; thousandths += 7)
         values.push_back(thousandths / 1000.0 + 0.0005);
+    // For %g, formatted in integer arithmetic from 1e-4 to 2^52: means and rates as the page
+    // computes them, and the neighbours of every power of ten there, where the exponent turns.
+    for (int i = 0; i < 3000; ++i) {
+        const double numerator = static_cast<double>(random() % 100000000);
+        const double denominator = static_cast<double>(1 + random() % 1000000);
+        values.push_back(numerator / denominator);
+        values.push_back(-numerator / denominator / 1000.0);
+    }
+    for (double power = 1e-5; power < 1e17; power *= 10) {
+        double below = power;
+        double above = power;
+        for (int i = 0; i < 20; ++i) {
+            below = std::nextafter(below, 0.0);
+            above = std::nextafter(above, 1e300);
+            values.push_back(below);
+            values.push_back(above);
+        }
+        values.push_back(power * 0.99999999999999995);
+        values.push_back(power * 9.9999999999999995);
+        values.push_back(power * 9.99999949999);
+        values.push_back(power * 9.9999995);
+    }
     return values;
 }
 
