@@ -139,6 +139,11 @@ export class Chart {
     // The library's order of series differs from the page's where series are stacked.
     this.order = seriesOrder(this.options.series || []);
     this.zooms = /[xy]/.test(String(this.options.chart?.zoomType ?? ''));
+    // The container's size is its own (its style states it): the browser may leave the drawing
+    // of a chart far from the window out of its frames, and lays it out when it comes near.
+    if (this.inline.width !== undefined && this.inline.height !== undefined) {
+      this.renderTo.style.contentVisibility = 'auto';
+    }
     this.build();
     this.container = this.renderTo;
     addControls(this);
