@@ -185,21 +185,23 @@ export class Chart {
   build() {
     const option = chartOption(this.options, {root: rootFontSize(), width: this.size.width, measure});
     const instance = init(this.renderTo, null, {renderer: 'svg', ...this.inline});
-    // The library puts its drawing last in the container; it goes where the drawing kept was.
     const drawing = this.renderTo.lastElementChild;
-    this.renderTo.insertBefore(drawing, this.drawing ?? this.renderTo.firstChild);
-    this.drawing?.remove();
     // The zoom's components are a good part of a chart's cost and memory, and a reader zooms
     // few of a page's hundreds of charts: they are added at the first press or wheel turn on it.
     const {toolbox, dataZoom, ...drawn} = option;
     try {
       instance.setOption(drawn);
     } catch (error) {
+      // The drawing kept, if any, stays.
       disposeKeeping(instance, this.renderTo, null);
+      drawing.remove();
       throw error;
     }
     // The library paints in its next animation frame; painted now, the chart is whole when told.
     instance.getZr().flush();
+    // The library puts its drawing last in the container; it goes where the drawing kept was.
+    this.renderTo.insertBefore(drawing, this.drawing ?? this.renderTo.firstChild);
+    this.drawing?.remove();
     this.drawing = drawing;
     this.live = instance;
     this.pixels = null;
