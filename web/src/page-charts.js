@@ -59,7 +59,7 @@ function measure(text, size, bold) {
 
 let styled = false;
 // The chart's controls in its top right corner, a reader's tools that paper leaves out.
-function addControls(chart, instance) {
+function addControls(chart) {
   if (!styled) {
     document.head.appendChild(document.createElement('style')).textContent = CONTROL_STYLE;
     styled = true;
@@ -83,7 +83,7 @@ function addControls(chart, instance) {
   button('anarep-save', '\u2913', 'Save this chart as an image', () => {
     const link = document.createElement('a');
     // The zoom's toolbox is drawn, though not seen: the image leaves it out.
-    link.href = instance.getDataURL({type: 'svg', backgroundColor: '#ffffff', excludeComponents: ['toolbox']});
+    link.href = chart.instance.getDataURL({type: 'svg', backgroundColor: '#ffffff', excludeComponents: ['toolbox']});
     link.download = `${chart.renderTo.id || 'chart'}.svg`;
     link.click();
   });
@@ -92,6 +92,28 @@ function addControls(chart, instance) {
   }
   chart.renderTo.appendChild(bar);
 }
+
+// The library empties the container and its drawing when it lets an instance go: the drawing's
+// elements move to an SVG element of their own, and what the container holds besides (the
+// controls, the tooltip) is kept out of the library's way meanwhile.
+function disposeKeeping(instance, container, drawing) {
+  const svg = drawing?.querySelector('svg');
+  if (svg) {
+    const copy = svg.cloneNode(false);
+    copy.append(...svg.childNodes);
+    svg.replaceWith(copy);
+  }
+  const kept = document.createDocumentFragment();
+  kept.append(...container.childNodes);
+  instance.dispose();
+  container.append(kept);
+}
+
+// The events by which a reader comes to a chart: its drawing is made live again before they
+// reach it.
+const COMING = ['mouseover', 'mousemove', 'mousedown', 'wheel', 'touchstart', 'focusin'];
+// How long a chart the reader left stays live: a pointer passing back and forth finds it ready.
+const REST_MS = 3000;
 
 export class Chart {
   constructor(options = {}, callback) {
@@ -105,46 +127,131 @@ export class Chart {
     schedule(this.renderTo, () => this.draw(callback));
   }
 
+  // The library's instance of the drawn chart, made again if it was let go; null before the chart is drawn.
+  get instance() {
+    return this.hasRendered ? this.wake() : this.live;
+  }
+
   draw(callback) {
     const start = performance.now();
-    const size = inlineSize(this.renderTo);
-    this.size = {width: size.width ?? this.renderTo.clientWidth, height: size.height ?? this.renderTo.clientHeight};
-    const option = chartOption(this.options, {root: rootFontSize(), width: size.width ?? this.renderTo.clientWidth, measure});
+    this.inline = inlineSize(this.renderTo);
+    this.size = {width: this.inline.width ?? this.renderTo.clientWidth, height: this.inline.height ?? this.renderTo.clientHeight};
     // The library's order of series differs from the page's where series are stacked.
     this.order = seriesOrder(this.options.series || []);
-    const instance = this.instance = init(this.renderTo, null, {renderer: 'svg', ...size});
-    // The zoom's components are a good part of a chart's cost and memory, and a reader zooms
-    // few of a page's hundreds of charts: they are added at the first press or wheel turn on it.
-    const {toolbox, dataZoom, ...drawn} = option;
-    try {
-      instance.setOption(drawn);
-    } catch (error) {
-      instance.dispose();
-      throw error;
+    this.zooms = /[xy]/.test(String(this.options.chart?.zoomType ?? ''));
+    // The container's size is its own (its style states it): the browser may leave the drawing
+    // of a chart far from the window out of its frames, and lays it out when it comes near.
+    if (this.inline.width !== undefined && this.inline.height !== undefined) {
+      this.renderTo.style.contentVisibility = 'auto';
     }
-    // The library paints in its next animation frame; painted now, the chart is whole when told.
-    instance.getZr().flush();
+    this.build();
     this.container = this.renderTo;
-    this.zooms = Boolean(toolbox);
+    addControls(this);
+    // A drawn chart that no reader is at keeps its drawing in the page and lets the library's
+    // instance go: on a page of hundreds of charts the instances (their models, views and
+    // elements) were most of the page's memory. It is made again when the pointer, a press or
+    // the focus comes to the chart, before the library would see the event.
+    const wake = (event) => {
+      if (event.type !== 'focusin') {
+        this.pointerIn = true;
+      }
+      if (!this.live) {
+        this.wake(event);
+      }
+    };
+    for (const type of COMING) {
+      this.renderTo.addEventListener(type, wake, {capture: true, passive: true});
+    }
     if (this.zooms) {
-      this.armZoom = () => {
-        this.armZoom = null;
-        instance.setOption({toolbox, dataZoom});
-        // A drag zooms at once, as it did: no zoom button to press first.
-        instance.dispatchAction({type: 'takeGlobalCursor', key: 'dataZoomSelect', dataZoomSelectActive: true});
-      };
       // Before the library's own handlers see the event that starts a drag or a wheel zoom. Not
       // on the pointer's coming in: drawn again then, the chart loses what is under the pointer.
       for (const type of ['pointerdown', 'mousedown', 'wheel']) {
         this.renderTo.addEventListener(type, () => this.armZoom?.(), {capture: true, passive: true});
       }
     }
-    this.trackPointer(instance, option);
-    addControls(this, instance);
+    this.renderTo.addEventListener('mouseleave', () => {
+      this.pointerIn = false;
+      this.rest();
+    });
+    this.renderTo.addEventListener('focusout', () => this.rest());
     this.hasRendered = true;
     Chart.charts.push(this);
     callback?.call(this, this);
+    this.release();
     this.renderTo.dispatchEvent(new CustomEvent('chartdrawn', {bubbles: true, detail: {ms: performance.now() - start}}));
+  }
+
+  // A live instance drawing the chart, in the place of the drawing kept.
+  build() {
+    const option = chartOption(this.options, {root: rootFontSize(), width: this.size.width, measure});
+    const instance = init(this.renderTo, null, {renderer: 'svg', ...this.inline});
+    const drawing = this.renderTo.lastElementChild;
+    // The zoom's components are a good part of a chart's cost and memory, and a reader zooms
+    // few of a page's hundreds of charts: they are added at the first press or wheel turn on it.
+    const {toolbox, dataZoom, ...drawn} = option;
+    try {
+      instance.setOption(drawn);
+    } catch (error) {
+      // The drawing kept, if any, stays.
+      disposeKeeping(instance, this.renderTo, null);
+      drawing.remove();
+      throw error;
+    }
+    // The library paints in its next animation frame; painted now, the chart is whole when told.
+    instance.getZr().flush();
+    // The library puts its drawing last in the container; it goes where the drawing kept was.
+    this.renderTo.insertBefore(drawing, this.drawing ?? this.renderTo.firstChild);
+    this.drawing?.remove();
+    this.drawing = drawing;
+    this.live = instance;
+    this.pixels = null;
+    this.armZoom = toolbox ? () => {
+      this.armZoom = null;
+      instance.setOption({toolbox, dataZoom});
+      // A drag zooms at once, as it did: no zoom button to press first.
+      instance.dispatchAction({type: 'takeGlobalCursor', key: 'dataZoomSelect', dataZoomSelectActive: true});
+    } : null;
+    this.trackPointer(instance, option);
+    return instance;
+  }
+
+  // The live instance, made again from the options if it was let go. Made for a pointer's
+  // event, the new drawing is told of the pointer at once: it shows what the pointer is on (a
+  // tooltip, a cut name), as the reader expects from the move that brought the pointer there.
+  wake(event) {
+    if (this.live) {
+      return this.live;
+    }
+    const instance = this.build();
+    if (event && event.type !== 'focusin' && event.type !== 'touchstart') {
+      this.drawing.dispatchEvent(new MouseEvent('mousemove', {clientX: event.clientX, clientY: event.clientY, bubbles: true}));
+    }
+    return instance;
+  }
+
+  // Lets the library's instance go, its drawing kept in the page as it is.
+  release() {
+    const instance = this.live;
+    if (!instance) {
+      return;
+    }
+    this.live = null;
+    this.armZoom = null;
+    this.pixels = null;
+    this.cutLabel = null;
+    this.hideTooltip();
+    disposeKeeping(instance, this.renderTo, this.drawing);
+  }
+
+  // Lets the instance go a while after the reader left the chart, unless it shows a zoom (the
+  // instance's own state) or holds the focus.
+  rest() {
+    clearTimeout(this.resting);
+    this.resting = setTimeout(() => {
+      if (!this.pointerIn && !this.zoomed && !this.renderTo.contains(document.activeElement)) {
+        this.release();
+      }
+    }, REST_MS);
   }
 
   // The page's tooltip text for one point, its markup limited to what the page writes.
@@ -281,9 +388,10 @@ export class Chart {
   resetZoom() {
     if (this.zoomed) {
       this.hideTooltip();
-      this.instance.dispatchAction({type: 'dataZoom', start: 0, end: 100});
+      this.live?.dispatchAction({type: 'dataZoom', start: 0, end: 100});
     }
   }
 }
 
 Chart.charts = [];
+

@@ -1,8 +1,9 @@
 // What a reader does with a drawn chart, with a real pointer on the fixture page: drags a
-// rectangle to zoom in, goes back to the whole chart, hovers points of the zoomed view, and
-// reads a slanted category name that was cut short.
+// rectangle to zoom in, goes back to the whole chart, hovers points of the zoomed view, reads a
+// slanted category name that was cut short, and comes to a chart that kept only its drawing.
 import {after, before, describe, test} from 'node:test';
 import assert from 'node:assert/strict';
+import {readFile} from 'node:fs/promises';
 import {join} from 'node:path';
 import {WEB_DIR, chartsDrawn, fileUrl, launchBrowser} from '../lib/pages.mjs';
 
@@ -115,4 +116,42 @@ test('a category name cut short shows whole under the pointer, and only there', 
   }
   assert.deepEqual(seen, ['61 and over, retired or not in work', null]);
   assert.deepEqual(errors, []);
+});
+
+// A drawn chart the reader is not at keeps only its drawing; the library's instance is made again
+// when the reader comes to it. The first move onto a point shows its tooltip, the keyboard reaches
+// the save control, and the chart is let go again once the pointer and the focus have left it.
+describe('a chart kept as its drawing', () => {
+  const ID = 'selectedPruned';
+  // The library marks the container of a live instance with the instance's id.
+  const letGo = () => page.waitForFunction((id) => document.getElementById(id).getAttribute('_echarts_instance_') === '',
+    ID, {timeout: 30000, polling: 100}).then(() => true, () => false);
+
+  test('the first move onto a point shows its tooltip', async () => {
+    await page.locator(`#${ID}`).scrollIntoViewIfNeeded();
+    const point = await middlePoint(ID);
+    const box = await page.locator(`#${ID}`).boundingBox();
+    await page.mouse.move(box.x + 2, box.y + 2);
+    await page.mouse.move(1, 1);
+    assert.ok(await letGo(), 'let go after the pointer left');
+    await page.mouse.move(point.x, point.y);
+    assert.equal(await tooltip(ID), point.text);
+    assert.deepEqual(errors, []);
+  });
+
+  test('the save control, reached by the keyboard, saves the whole drawing', async () => {
+    await page.mouse.move(1, 1);
+    assert.ok(await letGo(), 'let go after the pointer left');
+    const texts = await page.evaluate((id) => Array.from(document.querySelectorAll(`#${id} svg text`), (t) => t.textContent)
+      .filter(Boolean).sort(), ID);
+    await page.focus(`#${ID} .anarep-save`);
+    const [download] = await Promise.all([page.waitForEvent('download'), page.keyboard.press('Enter')]);
+    const saved = await readFile(await download.path(), 'utf8');
+    const savedTexts = await page.evaluate((svg) => Array.from(new DOMParser().parseFromString(svg, 'image/svg+xml')
+      .querySelectorAll('text'), (t) => t.textContent).filter(Boolean).sort(), saved);
+    assert.deepEqual(savedTexts, texts);
+    await page.evaluate(() => document.activeElement.blur());
+    assert.ok(await letGo(), 'let go after the focus left');
+    assert.deepEqual(errors, []);
+  });
 });
